@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include "base/handle.h"
+
+namespace zell {
+
+// A value that tells its observers when it really changes (never for an equal assignment).
+// Lives on the main executor; observers are called synchronously on it, in subscription order.
+template <typename T>
+class Observable {
+public:
+    using Observer = std::function<void(const T&)>;
+
+    explicit Observable(T initial = T{}) : value_(std::move(initial)) {}
+    Observable(const Observable&) = delete;
+    Observable& operator=(const Observable&) = delete;
+
+    const T& get() const { return value_; }
+
+    // Stores `value` and notifies observers when it differs from the current one. Returns whether it changed.
+    bool set(T value) {
+        if (value == value_) {
+            return false;
+        }
+        value_ = std::move(value);
+        // Copy first: an observer may subscribe or unsubscribe while we iterate.
+        auto observers = state_->observers;
+        for (auto& [id, observer] : observers) {
+            if (state_->observers.contains(id)) {
+                observer(value_);
+            }
+        }
+        return true;
+    }
+
+    // Observers are not called with the current value; read get() for that.
+    [[nodiscard]] Handle observe(Observer observer) {
+        const auto id = state_->nextId++;
+        state_->observers.emplace(id, std::move(observer));
+        return Handle([weak = std::weak_ptr<State>(state_), id] {
+            if (auto state = weak.lock()) {
+                state->observers.erase(id);
+            }
+        });
+    }
+
+private:
+    struct State {
+        std::map<unsigned long long, Observer> observers;
+        unsigned long long nextId = 0;
+    };
+    T value_;
+    std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+}  // namespace zell

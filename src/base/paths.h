@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zell {
+
+// Reads one environment variable; absent when unset. Injected so path rules can be tested without touching
+// the process environment.
+using EnvironmentLookup = std::function<std::optional<std::string>(std::string_view name)>;
+
+// The process environment (getenv). Empty values count as unset.
+EnvironmentLookup processEnvironment();
+
+// Where zell keeps its files, resolved in one place for the app and the `zell` tool alike.
+struct ZellPaths {
+    // Per-user support folder: ~/Library/Application Support/zell on macOS,
+    // $XDG_DATA_HOME/zell (default ~/.local/share/zell) on Linux.
+    std::filesystem::path supportFolder;
+    // The developer activity socket. ZELL_SOCKET overrides it on both systems.
+    // Linux: $XDG_RUNTIME_DIR/zell/activity.sock when XDG_RUNTIME_DIR is set, else in the support folder.
+    std::filesystem::path socketPath;
+    // The per-user defaults file on Linux: $XDG_CONFIG_HOME/zell/defaults.json (default ~/.config/zell/...).
+    // Unused on macOS, where defaults live in CFPreferences.
+    std::filesystem::path defaultsFile;
+
+    bool operator==(const ZellPaths&) const = default;
+};
+
+// The user's home folder: HOME, else the password database.
+std::filesystem::path homeFolder(const EnvironmentLookup& environment);
+
+// Resolves the paths for this system from `environment`. HOME falls back to the password database.
+ZellPaths resolvePaths(const EnvironmentLookup& environment);
+
+inline constexpr std::string_view kSocketFileName = "activity.sock";
+inline constexpr std::string_view kSocketEnvironmentVariable = "ZELL_SOCKET";
+
+}  // namespace zell

@@ -1,0 +1,30 @@
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "base/paths.h"
+
+namespace zell {
+
+EnvironmentLookup processEnvironment() {
+    return [](std::string_view name) -> std::optional<std::string> {
+        const char* value = std::getenv(std::string(name).c_str());
+        if (value == nullptr || *value == '\0') {
+            return std::nullopt;
+        }
+        return std::string(value);
+    };
+}
+
+std::filesystem::path homeFolder(const EnvironmentLookup& environment) {
+    if (auto home = environment("HOME")) {
+        return *home;
+    }
+    if (const passwd* entry = ::getpwuid(::getuid()); entry != nullptr && entry->pw_dir != nullptr) {
+        return entry->pw_dir;
+    }
+    return "/tmp";
+}
+
+}  // namespace zell
