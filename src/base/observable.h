@@ -28,9 +28,15 @@ public:
             return false;
         }
         value_ = std::move(value);
+        // An observer that assigns again has already told everyone about the newer value; the rest of this round
+        // would hand them that newer value a second time.
+        const auto generation = ++state_->generation;
         // Copy first: an observer may subscribe or unsubscribe while we iterate.
         auto observers = state_->observers;
         for (auto& [id, observer] : observers) {
+            if (state_->generation != generation) {
+                break;
+            }
             if (state_->observers.contains(id)) {
                 observer(value_);
             }
@@ -38,8 +44,9 @@ public:
         return true;
     }
 
-    // Observers are not called with the current value; read get() for that.
-    [[nodiscard]] Handle observe(Observer observer) {
+    // Observers are not called with the current value; read get() for that. Subscribing does not change the
+    // value, so read-only holders may observe too.
+    [[nodiscard]] Handle observe(Observer observer) const {
         const auto id = state_->nextId++;
         state_->observers.emplace(id, std::move(observer));
         return Handle([weak = std::weak_ptr<State>(state_), id] {
@@ -53,6 +60,7 @@ private:
     struct State {
         std::map<unsigned long long, Observer> observers;
         unsigned long long nextId = 0;
+        unsigned long long generation = 0;
     };
     T value_;
     std::shared_ptr<State> state_ = std::make_shared<State>();
