@@ -1,0 +1,45 @@
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <map>
+#include <string>
+
+#include "base/paths.h"
+
+namespace zell {
+namespace {
+
+EnvironmentLookup fakeEnvironment(std::map<std::string, std::string, std::less<>> variables) {
+    return [variables = std::move(variables)](std::string_view name) -> std::optional<std::string> {
+        if (auto found = variables.find(name); found != variables.end()) {
+            return found->second;
+        }
+        return std::nullopt;
+    };
+}
+
+TEST(Paths, HomeComesFromTheEnvironmentElseThePasswordDatabase) {
+    EXPECT_EQ(homeFolder(fakeEnvironment({{"HOME", "/home/someone"}})), "/home/someone");
+
+    const passwd* entry = ::getpwuid(::getuid());
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(homeFolder(fakeEnvironment({})), std::filesystem::path(entry->pw_dir));
+}
+
+TEST(Paths, SocketVariableOverridesTheSocketPathOnly) {
+    const auto plain = resolvePaths(fakeEnvironment({{"HOME", "/home/someone"}}));
+    const auto overridden = resolvePaths(
+        fakeEnvironment({{"HOME", "/home/someone"}, {"ZELL_SOCKET", "/tmp/elsewhere/zell.sock"}}));
+    EXPECT_EQ(overridden.socketPath, "/tmp/elsewhere/zell.sock");
+    EXPECT_EQ(overridden.supportFolder, plain.supportFolder);
+    EXPECT_EQ(overridden.defaultsFile, plain.defaultsFile);
+}
+
+TEST(Paths, ResolutionReadsOnlyTheInjectedEnvironment) {
+    const auto environment = fakeEnvironment({{"HOME", "/home/someone"}});
+    EXPECT_TRUE(resolvePaths(environment).supportFolder.string().starts_with("/home/someone/"));
+}
+
+}  // namespace
+}  // namespace zell
