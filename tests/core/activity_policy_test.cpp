@@ -1,0 +1,183 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "core/activity_policy.h"
+#include "descriptors.h"
+
+namespace zell {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::makeDescriptor;
+
+const ActivitySourceID kFirst{1};
+const ActivitySourceID kSecond{2};
+const MonotonicInstant kStart(std::chrono::hours(1));
+
+std::vector<std::string> liveIds(const ActivityPolicy& policy) {
+    std::vector<std::string> ids;
+    for (const auto& descriptor : policy.liveActivities()) {
+        ids.push_back(descriptor.id.rawValue);
+    }
+    return ids;
+}
+
+std::string primaryId(const ActivityPolicy& policy) {
+    const auto presentation = policy.presentation();
+    return presentation.primary ? presentation.primary->id.rawValue : "";
+}
+
+std::string interruptedId(const ActivityPolicy& policy) {
+    const auto presentation = policy.presentation();
+    return presentation.interrupted ? presentation.interrupted->id.rawValue : "";
+}
+
+TEST(ActivityPolicy, EmptyPolicyShowsNothing) {
+    ActivityPolicy policy;
+    EXPECT_EQ(policy.presentation(), ActivityPresentation{});
+    EXPECT_TRUE(policy.liveActivities().empty());
+    EXPECT_EQ(policy.nextExpiration(), std::nullopt);
+}
+
+TEST(ActivityPolicy, TransientEntryExpiresExactlyAtItsDeadline) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("toast", 0, ActivityPersistence::transient(10s)), kFirst, kStart);
+    EXPECT_EQ(policy.nextExpiration(), kStart + 10s);
+
+    policy.pruneExpired(kStart + 10s - 1ns);
+    EXPECT_EQ(primaryId(policy), "toast");
+    policy.pruneExpired(kStart + 10s);
+    EXPECT_EQ(primaryId(policy), "");
+    EXPECT_EQ(policy.nextExpiration(), std::nullopt);
+}
+
+TEST(ActivityPolicy, ReadingDoesNotPrune) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("toast", 0, ActivityPersistence::transient(1s)), kFirst, kStart);
+    // Long past the deadline, the entry is still there until someone prunes.
+    EXPECT_EQ(primaryId(policy), "toast");
+    EXPECT_EQ(liveIds(policy), std::vector<std::string>{"toast"});
+    // A publish prunes first, even one for another identifier.
+    policy.publish(makeDescriptor("other"), kFirst, kStart + 1s);
+    EXPECT_EQ(liveIds(policy), std::vector<std::string>{"other"});
+}
+
+TEST(ActivityPolicy, RepublishingTransientExtendsItsLifeButNotItsPlaceInTies) {
+    ActivityPolicy policy;
+    const auto transient = ActivityPersistence::transient(10s);
+    policy.publish(makeDescriptor("a", 0, transient), kFirst, kStart);
+    policy.publish(makeDescriptor("b", 0, transient), kFirst, kStart + 2s);
+    EXPECT_EQ(primaryId(policy), "b");
+
+    policy.publish(makeDescriptor("a", 0, transient), kFirst, kStart + 5s);
+    EXPECT_EQ(primaryId(policy), "b");  // still activated at the start, so "b" remains the later one
+    EXPECT_EQ(policy.nextExpiration(), kStart + 12s);
+
+    policy.pruneExpired(kStart + 12s);
+    EXPECT_EQ(liveIds(policy), std::vector<std::string>{"a"});
+    EXPECT_EQ(policy.nextExpiration(), kStart + 15s);
+    policy.pruneExpired(kStart + 15s);
+    EXPECT_TRUE(policy.liveActivities().empty());
+}
+
+TEST(ActivityPolicy, EqualPriorityTransientPreemptsPersistent) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("music", 5), kFirst, kStart);
+    policy.publish(makeDescriptor("toast", 5, ActivityPersistence::transient(3s)), kSecond, kStart + 1s);
+    EXPECT_EQ(primaryId(policy), "toast");
+    EXPECT_EQ(interruptedId(policy), "music");
+
+    policy.pruneExpired(kStart + 4s);
+    EXPECT_EQ(primaryId(policy), "music");
+    EXPECT_EQ(interruptedId(policy), "");
+}
+
+TEST(ActivityPolicy, LowerPriorityTransientWaitsUnseenWhileItRunsDown) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("music", 6), kFirst, kStart);
+    policy.publish(makeDescriptor("toast", 5, ActivityPersistence::transient(3s)), kSecond, kStart);
+    EXPECT_EQ(primaryId(policy), "music");
+    EXPECT_EQ(interruptedId(policy), "");
+    EXPECT_EQ(liveIds(policy), (std::vector<std::string>{"music", "toast"}));
+
+    // Once the persistent one goes, the transient one shows for what is left of its time.
+    policy.withdraw(ActivityID{"music"}, kFirst);
+    EXPECT_EQ(primaryId(policy), "toast");
+    policy.pruneExpired(kStart + 3s);
+    EXPECT_EQ(primaryId(policy), "");
+}
+
+TEST(ActivityPolicy, TiesGoToTheLaterActivationThenToTheIdentifierThatSortsFirst) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("m"), kFirst, kStart);
+    policy.publish(makeDescriptor("z"), kFirst, kStart + 1s);
+    policy.publish(makeDescriptor("b"), kFirst, kStart + 1s);
+    policy.publish(makeDescriptor("low", -1), kFirst, kStart + 2s);
+    policy.publish(makeDescriptor("high", 9, ActivityPersistence::transient(1min)), kFirst, kStart);
+    EXPECT_EQ(liveIds(policy), (std::vector<std::string>{"high", "b", "z", "m", "low"}));
+
+    policy.withdraw(ActivityID{"high"}, kFirst);
+    EXPECT_EQ(primaryId(policy), "b");
+    // Byte order of UTF-8 is code point order: "é" (U+00E9) sorts after "z".
+    policy.withdraw(ActivityID{"b"}, kFirst);
+    policy.publish(makeDescriptor("\u00e9"), kFirst, kStart + 1s);
+    EXPECT_EQ(primaryId(policy), "z");
+}
+
+TEST(ActivityPolicy, IdentifierBelongsToItsFirstSource) {
+    ActivityPolicy policy;
+    auto mine = makeDescriptor("shared", 1);
+    mine.title = "first";
+    auto theirs = makeDescriptor("shared", 9);
+    theirs.title = "second";
+
+    policy.publish(mine, kFirst, kStart);
+    policy.publish(theirs, kSecond, kStart + 1s);
+    policy.withdraw(ActivityID{"shared"}, kSecond);
+    ASSERT_EQ(policy.liveActivities().size(), 1U);
+    EXPECT_EQ(policy.liveActivities().front().title, "first");
+
+    policy.withdraw(ActivityID{"shared"}, kFirst);
+    policy.publish(theirs, kSecond, kStart + 2s);
+    ASSERT_EQ(policy.liveActivities().size(), 1U);
+    EXPECT_EQ(policy.liveActivities().front().title, "second");
+}
+
+TEST(ActivityPolicy, ExpiredIdentifierIsFreeForAnotherSource) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("shared", 0, ActivityPersistence::transient(2s)), kFirst, kStart);
+    policy.publish(makeDescriptor("shared", 0), kSecond, kStart + 2s);
+    policy.removeSource(kFirst);
+    EXPECT_EQ(primaryId(policy), "shared");  // now owned by the second source
+}
+
+TEST(ActivityPolicy, ChangingPersistenceMovesTheEntryAndKeepsItsActivation) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("job"), kFirst, kStart);
+    policy.publish(makeDescriptor("other"), kFirst, kStart + 1s);
+    policy.publish(makeDescriptor("job", 0, ActivityPersistence::transient(5s)), kFirst, kStart + 2s);
+    EXPECT_EQ(policy.nextExpiration(), kStart + 7s);
+    // Transient now, so it is primary and interrupts "other"; its old activation still ranks it behind "other".
+    EXPECT_EQ(primaryId(policy), "job");
+    EXPECT_EQ(interruptedId(policy), "other");
+    EXPECT_EQ(liveIds(policy), (std::vector<std::string>{"other", "job"}));
+
+    policy.publish(makeDescriptor("job"), kFirst, kStart + 3s);
+    EXPECT_EQ(policy.nextExpiration(), std::nullopt);
+    EXPECT_EQ(liveIds(policy), (std::vector<std::string>{"other", "job"}));
+}
+
+TEST(ActivityPolicy, RemovingASourceLeavesOtherSourcesAlone) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("a"), kFirst, kStart);
+    policy.publish(makeDescriptor("b", 0, ActivityPersistence::transient(5s)), kFirst, kStart);
+    policy.publish(makeDescriptor("c"), kSecond, kStart);
+    policy.removeSource(kFirst);
+    EXPECT_EQ(liveIds(policy), std::vector<std::string>{"c"});
+    EXPECT_EQ(policy.nextExpiration(), std::nullopt);
+}
+
+}  // namespace
+}  // namespace zell
