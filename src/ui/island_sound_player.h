@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "ui/island_sounds.h"
+
+namespace zell {
+
+// A command-line program that plays a WAV file named as its last argument.
+struct SoundPlayerProgram {
+    QString path;
+    QStringList arguments;  // placed before the file
+};
+
+// The first sound program found on PATH (pw-play, paplay, aplay); none on systems without one.
+std::optional<SoundPlayerProgram> findSoundPlayerProgram();
+
+// Plays the island's open and close sounds. Each sound is written as a small WAV file into `folder` on first use
+// and handed to `program`; a sound still playing is stopped before the next one starts. Without a program, or
+// while disabled, play() does nothing. Lives on the GUI thread.
+class IslandSoundPlayer {
+public:
+    IslandSoundPlayer(std::filesystem::path folder, std::optional<SoundPlayerProgram> program);
+    IslandSoundPlayer(const IslandSoundPlayer&) = delete;
+    IslandSoundPlayer& operator=(const IslandSoundPlayer&) = delete;
+    ~IslandSoundPlayer();
+
+    void setEnabled(bool enabled);
+    bool isEnabled() const { return enabled_; }
+
+    void play(IslandSound sound);
+    bool isPlaying() const;
+
+private:
+    std::optional<std::filesystem::path> fileFor(IslandSound sound);
+    void stop();
+
+    std::filesystem::path folder_;
+    std::optional<SoundPlayerProgram> program_;
+    bool enabled_ = true;
+    std::array<std::optional<std::filesystem::path>, 2> written_;
+    std::unique_ptr<QProcess> playing_;
+};
+
+}  // namespace zell

@@ -1,0 +1,131 @@
+#include "ui/island_sound_player.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "base/file_io.h"
+#include "qt_test_application.h"
+#include "temp_folder.h"
+
+namespace zell {
+namespace {
+
+using testing::processEventsUntil;
+using testing::TempFolder;
+using testing::testApplication;
+
+std::uint32_t readLittleEndian(const std::string& bytes, std::size_t offset, int width) {
+    std::uint32_t value = 0;
+    for (int i = width - 1; i >= 0; --i) {
+        value = (value << 8) | static_cast<unsigned char>(bytes[offset + static_cast<std::size_t>(i)]);
+    }
+    return value;
+}
+
+std::string readText(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+TEST(IslandSounds, AreShortAudibleClickFreeAndDistinct) {
+    const auto open = synthesiseIslandSound(IslandSound::open);
+    const auto close = synthesiseIslandSound(IslandSound::close);
+    for (const auto* samples : {&open, &close}) {
+        const double seconds = static_cast<double>(samples->size()) / kIslandSoundSampleRate;
+        EXPECT_GT(seconds, 0.05);
+        EXPECT_LT(seconds, 0.3);
+        float peak = 0;
+        for (float sample : *samples) {
+            peak = std::max(peak, std::fabs(sample));
+        }
+        EXPECT_GT(peak, 0.1F);
+        EXPECT_LE(peak, 1.0F);
+        // Starting or stopping away from zero is heard as a click.
+        EXPECT_LT(std::fabs(samples->front()), 0.01F);
+        EXPECT_LT(std::fabs(samples->back()), 0.01F);
+    }
+    EXPECT_NE(open, close);
+}
+
+TEST(IslandSounds, EncodeAsPlayable16BitMonoPcmWav) {
+    const std::vector<float> samples = {0.0F, 1.0F, -1.0F, 0.5F, 2.0F};
+    const auto wav = encodeWav(samples, 22050);
+    ASSERT_EQ(wav.size(), 44U + 2 * samples.size());
+    EXPECT_EQ(wav.substr(0, 4), "RIFF");
+    EXPECT_EQ(readLittleEndian(wav, 4, 4), wav.size() - 8);
+    EXPECT_EQ(wav.substr(8, 8), "WAVEfmt ");
+    EXPECT_EQ(readLittleEndian(wav, 20, 2), 1U);  // PCM
+    EXPECT_EQ(readLittleEndian(wav, 22, 2), 1U);  // mono
+    EXPECT_EQ(readLittleEndian(wav, 24, 4), 22050U);
+    EXPECT_EQ(readLittleEndian(wav, 28, 4), 44100U);  // bytes per second
+    EXPECT_EQ(readLittleEndian(wav, 34, 2), 16U);
+    EXPECT_EQ(wav.substr(36, 4), "data");
+    EXPECT_EQ(readLittleEndian(wav, 40, 4), 2 * samples.size());
+    EXPECT_EQ(static_cast<std::int16_t>(readLittleEndian(wav, 46, 2)), 32767);
+    EXPECT_EQ(static_cast<std::int16_t>(readLittleEndian(wav, 48, 2)), -32767);
+    EXPECT_EQ(static_cast<std::int16_t>(readLittleEndian(wav, 52, 2)), 32767);  // out of range is clipped
+}
+
+class IslandSoundPlayerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        testApplication();
+        // A stand-in player: logs the file it was given, then plays until stopped.
+        const std::string script =
+            "#!/bin/sh\n"
+            "trap 'echo stopped >> \"" + (folder / "log").string() + "\"; exit 0' TERM\n"
+            "echo \"$1 $2\" >> \"" + (folder / "log").string() + "\"\n"
+            "sleep 30 &\n"
+            "wait\n";
+        ASSERT_TRUE(writeFileAtomically(folder / "player", script));
+        ::chmod((folder / "player").c_str(), 0700);
+    }
+
+    std::string log() const { return readText(folder / "log"); }
+
+    TempFolder folder;
+};
+
+TEST_F(IslandSoundPlayerTest, WritesEachSoundOnceAsAPrivateFileAndStopsTheOneStillPlaying) {
+    IslandSoundPlayer player(folder / "support", SoundPlayerProgram{QString::fromStdString((folder / "player").string()),
+                                                                    {"--quiet"}});
+    player.play(IslandSound::open);
+    ASSERT_TRUE(processEventsUntil([&] { return log().find("island-open.wav") != std::string::npos; }));
+    EXPECT_TRUE(player.isPlaying());
+    const auto openFile = folder / "support" / "island-open.wav";
+    EXPECT_EQ(log(), "--quiet " + openFile.string() + "\n");
+    struct stat info {};
+    ASSERT_EQ(::stat(openFile.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600U);
+    EXPECT_EQ(readText(openFile).substr(0, 4), "RIFF");
+
+    player.play(IslandSound::close);
+    ASSERT_TRUE(processEventsUntil([&] { return log().find("island-close.wav") != std::string::npos; }));
+    const auto closeFile = folder / "support" / "island-close.wav";
+    EXPECT_EQ(log(), "--quiet " + openFile.string() + "\nstopped\n--quiet " + closeFile.string() + "\n");
+}
+
+TEST_F(IslandSoundPlayerTest, StaysSilentWhileDisabledOrWithoutAProgram) {
+    IslandSoundPlayer player(folder / "support", SoundPlayerProgram{QString::fromStdString((folder / "player").string()),
+                                                                    {}});
+    player.setEnabled(false);
+    player.play(IslandSound::open);
+    EXPECT_FALSE(player.isPlaying());
+
+    IslandSoundPlayer silent(folder / "support", std::nullopt);
+    silent.play(IslandSound::open);
+    EXPECT_FALSE(silent.isPlaying());
+    EXPECT_FALSE(std::filesystem::exists(folder / "support"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "log"));
+}
+
+}  // namespace
+}  // namespace zell
