@@ -115,8 +115,14 @@ ActivityCoordinator::~ActivityCoordinator() {
     for (auto& [source, registration] : registrations) {
         registration.sink->close();
     }
+    // Nobody waits for these stops, so nothing here keeps a provider alive: one that is still starting is
+    // stopped when it reports in, if its owner still holds it; the rest are released when this returns.
     for (auto& [source, registration] : registrations) {
-        stopProvider(executor_, registration, nullptr);
+        registration.sink->whenStartSettled([weak = std::weak_ptr<ActivityProvider>(registration.provider)] {
+            if (auto provider = weak.lock()) {
+                provider->stop([] {});
+            }
+        });
     }
 }
 

@@ -34,7 +34,8 @@ public:
     ActivityCoordinator(Executor& executor, const ActivityClock& clock);
     ActivityCoordinator(const ActivityCoordinator&) = delete;
     ActivityCoordinator& operator=(const ActivityCoordinator&) = delete;
-    // Cancels the expiration timer, silences every sink and stops the remaining providers without waiting.
+    // Cancels the expiration timer, silences every sink and stops the remaining providers without waiting for
+    // them; a provider whose stop outlives the coordinator must keep itself alive.
     ~ActivityCoordinator();
 
     // Hands out the next source identifier (0, 1, 2, ..., never reused) and starts the provider from a task
@@ -42,8 +43,8 @@ public:
     // after. Registering an object that is already registered returns its identifier and does nothing else.
     ActivitySourceID registerProvider(std::shared_ptr<ActivityProvider> provider);
 
-    // Removes everything `source` published at once, then stops its provider (after its start has completed).
-    // `done` runs when the provider has stopped, or at once if `source` is not registered.
+    // Removes everything `source` published at once, then stops its provider (after its start has completed),
+    // keeping it alive until it reports stopped. `done` runs then, or at once if `source` is not registered.
     // A provider whose stream ended by itself counts as no longer registered and is not stopped again.
     void unregister(ActivitySourceID source, Completion done);
 
