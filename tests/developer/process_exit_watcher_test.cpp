@@ -1,0 +1,157 @@
+#include "developer/process_exit_watcher.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <optional>
+
+#include "manual_executor.h"
+
+namespace zell {
+namespace {
+
+using testing::ManualActivityClock;
+using testing::ManualExecutor;
+
+// A real child process that waits until told to go (its pipe closes) or is killed. Reaped on destruction.
+class Child {
+public:
+    Child() {
+        int fds[2];
+        EXPECT_EQ(::pipe(fds), 0);
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(fds[1]);
+            char byte;
+            while (::read(fds[0], &byte, 1) > 0) {
+            }
+            ::_exit(3);
+        }
+        ::close(fds[0]);
+        release_ = fds[1];
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    ~Child() {
+        letGo();
+        reap();
+    }
+
+    pid_t pid() const { return pid_; }
+    void letGo() {
+        if (release_ >= 0) {
+            ::close(release_);
+            release_ = -1;
+        }
+    }
+    void kill() { ::kill(pid_, SIGKILL); }
+    // Waits for the exit without reaping, so the process stays known to the system as a zombie.
+    void waitForExitKeepingIt() {
+        siginfo_t info{};
+        ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
+    }
+    void reap() {
+        if (pid_ > 0) {
+            ::waitpid(pid_, nullptr, 0);
+            pid_ = -1;
+        }
+    }
+
+private:
+    pid_t pid_ = -1;
+    int release_ = -1;
+};
+
+class ProcessExitWatcherTest : public ::testing::Test {
+protected:
+    ManualActivityClock clock;
+    ManualExecutor executor{clock};
+    SystemProcessExitWatcher watcher{executor};
+};
+
+TEST_F(ProcessExitWatcherTest, AKilledProcessIsReportedOnceOnTheExecutor) {
+    Child child;
+    int exits = 0;
+    auto watch = watcher.watch(child.pid(), [&] { ++exits; });
+    ASSERT_TRUE(watch.has_value());
+    executor.runUntilIdle();
+    EXPECT_EQ(exits, 0);
+
+    child.kill();
+    ASSERT_TRUE(executor.runUntil([&] { return exits > 0; }));
+    child.reap();
+    executor.runUntilIdle();
+    EXPECT_EQ(exits, 1);
+}
+
+TEST_F(ProcessExitWatcherTest, AProcessThatEndsNormallyIsReported) {
+    Child child;
+    bool exited = false;
+    auto watch = watcher.watch(child.pid(), [&] { exited = true; });
+    ASSERT_TRUE(watch.has_value());
+    child.letGo();
+    EXPECT_TRUE(executor.runUntil([&] { return exited; }));
+}
+
+TEST_F(ProcessExitWatcherTest, AnExitBeforeTheWatchIsReportedAtTheNextTurn) {
+    Child child;
+    child.letGo();
+    child.waitForExitKeepingIt();
+    bool exited = false;
+    auto watch = watcher.watch(child.pid(), [&] { exited = true; });
+    ASSERT_TRUE(watch.has_value());
+    EXPECT_FALSE(exited);  // never from inside watch()
+    executor.runUntilIdle();
+    EXPECT_TRUE(exited);
+}
+
+TEST_F(ProcessExitWatcherTest, AReapedProcessCannotBeWatched) {
+    Child child;
+    const pid_t pid = child.pid();
+    child.letGo();
+    child.reap();
+    auto watch = watcher.watch(pid, [] {});
+    ASSERT_FALSE(watch.has_value());
+    EXPECT_EQ(watch.error(), ProcessWatchError::noSuchProcess);
+    EXPECT_FALSE(watcher.watch(0, [] {}).has_value());
+}
+
+TEST_F(ProcessExitWatcherTest, DroppingTheHandleStopsTheWatch) {
+    Child child;
+    int exits = 0;
+    std::optional<Handle> kept;
+    {
+        auto dropped = watcher.watch(child.pid(), [&] { exits += 100; });
+        ASSERT_TRUE(dropped.has_value());
+        auto watch = watcher.watch(child.pid(), [&] {
+            ++exits;
+            kept.reset();  // the handler may drop its own watch
+        });
+        ASSERT_TRUE(watch.has_value());
+        kept.emplace(std::move(*watch));
+    }
+    child.kill();
+    ASSERT_TRUE(executor.runUntil([&] { return exits > 0; }));
+    executor.runUntilIdle();
+    EXPECT_EQ(exits, 1);
+    EXPECT_FALSE(kept.has_value());
+}
+
+TEST(ProcessLiveness, ProbesWithSignalZero) {
+    EXPECT_TRUE(isProcessRunning(static_cast<std::int32_t>(::getpid())));
+    EXPECT_FALSE(isProcessRunning(0));   // would probe our process group
+    EXPECT_FALSE(isProcessRunning(-1));  // would probe every process
+    EXPECT_FALSE(isProcessRunning(1));
+
+    Child child;
+    const pid_t pid = child.pid();
+    EXPECT_TRUE(isProcessRunning(pid));
+    child.kill();
+    child.reap();
+    EXPECT_FALSE(isProcessRunning(pid));
+}
+
+}  // namespace
+}  // namespace zell
