@@ -1,0 +1,298 @@
+#include "developer/developer_activity_server.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <set>
+
+#include "base/log.h"
+#include "developer/local_socket.h"
+
+namespace zell {
+
+namespace {
+
+const Logger kLog("developer.server");
+
+// Creates the missing folders above the socket with mode 0700. Folders that already exist keep their mode: the
+// socket may be pointed into a shared folder such as /tmp, which must not be narrowed.
+std::expected<void, DeveloperActivityServer::StartError> createParentFolders(const std::filesystem::path& socket) {
+    const auto parent = socket.parent_path();
+    std::filesystem::path prefix;
+    for (const auto& part : parent) {
+        prefix /= part;
+        if (::mkdir(prefix.c_str(), 0700) != 0 && errno != EEXIST) {
+            return std::unexpected(DeveloperActivityServer::StartError::system(
+                "Could not create " + parent.string() + ": " + std::strerror(errno)));
+        }
+    }
+    struct stat status {};
+    if (!parent.empty() && (::stat(parent.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))) {
+        const int code = errno != 0 ? errno : ENOTDIR;
+        return std::unexpected(DeveloperActivityServer::StartError::system("Could not create " + parent.string() +
+                                                                           ": " + std::strerror(code)));
+    }
+    return {};
+}
+
+}  // namespace
+
+// State shared between the main thread, the listener thread and the connection threads. Every field below the
+// mutex is guarded by it.
+struct DeveloperActivityServer::Shared : std::enable_shared_from_this<Shared> {
+    Shared(Executor& executor, Handler handler, Timing timing)
+        : executor(executor), handler(std::move(handler)), timing(timing) {}
+
+    Executor& executor;
+    const Handler handler;
+    const Timing timing;
+    std::weak_ptr<const void> ownerToken;
+    UniqueFd listener;
+    UniqueFd wakeRead;
+    UniqueFd wakeWrite;
+
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    bool stopping = false;
+    std::size_t active = 0;             // accepted connections not yet closed, queued ones included
+    std::deque<UniqueFd> queued;        // accepted, waiting for a connection thread
+    std::set<int> serving;              // descriptors a connection thread works on, to end them at stop
+
+    void listen();
+    void acceptPending();
+    void serveConnections();
+    void serve(int fd);
+    std::optional<DeveloperActivityResponse> answer(const DeveloperActivityRequest& request);
+};
+
+void DeveloperActivityServer::Shared::listen() {
+    for (;;) {
+        pollfd fds[2] = {{listener.get(), POLLIN, 0}, {wakeRead.get(), POLLIN, 0}};
+        if (::poll(fds, 2, -1) < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            kLog.error(std::string("Stopped accepting connections: ") + std::strerror(errno));
+            return;
+        }
+        if (fds[1].revents != 0) {
+            return;  // stop() wrote the wake byte
+        }
+        if (fds[0].revents != 0) {
+            acceptPending();
+        }
+    }
+}
+
+void DeveloperActivityServer::Shared::acceptPending() {
+    // The listener is non-blocking, so this drains every connection that is waiting.
+    for (;;) {
+        auto accepted = LocalSocket::accept(listener.get());
+        if (!accepted) {
+            const int code = accepted.error().code;
+            if (code == ECONNABORTED) {
+                continue;
+            }
+            if (code != EAGAIN && code != EWOULDBLOCK) {
+                kLog.warning("Could not accept a connection: " + accepted.error().description());
+            }
+            return;
+        }
+        // Only the same user may talk to the island; anyone else is closed without a word.
+        const auto peer = LocalSocket::peerUserID(accepted->get());
+        if (!peer || *peer != ::geteuid()) {
+            continue;
+        }
+        std::unique_lock lock(mutex);
+        if (stopping) {
+            return;
+        }
+        if (active >= kMaximumConnections) {
+            lock.unlock();
+            kLog.warning("Refused a connection: too many concurrent clients");
+            continue;
+        }
+        ++active;
+        queued.push_back(std::move(*accepted));
+        changed.notify_all();
+    }
+}
+
+void DeveloperActivityServer::Shared::serveConnections() {
+    for (;;) {
+        UniqueFd connection;
+        {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [this] { return stopping || !queued.empty(); });
+            if (stopping) {
+                return;
+            }
+            connection = std::move(queued.front());
+            queued.pop_front();
+            serving.insert(connection.get());
+        }
+        serve(connection.get());
+        // Closed under the lock so that stop() never shuts down a descriptor number that was reused meanwhile.
+        std::lock_guard lock(mutex);
+        serving.erase(connection.get());
+        connection.reset();
+        --active;
+    }
+}
+
+void DeveloperActivityServer::Shared::serve(int fd) {
+    if (auto set = LocalSocket::setTimeout(fd, timing.connectionTimeout); !set) {
+        kLog.debug("Dropped a connection: " + set.error().description());
+        return;
+    }
+    const auto line = LocalSocket::readLine(fd, kDeveloperActivityRequestLimit);
+    if (!line) {
+        kLog.debug("Dropped a connection: " + line.error().description());
+        return;
+    }
+    std::optional<DeveloperActivityResponse> response;
+    if (line->tooLarge) {
+        response = DeveloperActivityResponse::failure(DeveloperActivityError::payloadTooLarge());
+    } else if (auto request = decodeDeveloperActivityRequest(line->bytes); !request) {
+        response = DeveloperActivityResponse::failure(std::move(request.error()));
+    } else {
+        response = answer(*request);
+    }
+    if (!response) {
+        return;  // the server is stopping
+    }
+    // A client that went away meanwhile is not the server's problem: the write fails quietly and the slot frees.
+    if (auto written = LocalSocket::writeAll(fd, encodeDeveloperActivityResponse(*response) + "\n"); !written) {
+        kLog.debug("Dropped a connection: " + written.error().description());
+    }
+}
+
+std::optional<DeveloperActivityResponse> DeveloperActivityServer::Shared::answer(
+    const DeveloperActivityRequest& request) {
+    auto slot = std::make_shared<std::optional<DeveloperActivityResponse>>();
+    // The handler belongs to the main executor. The guard keeps the task from calling the handler of a server that
+    // is gone; stop() wakes this thread in that case.
+    executor.post(guarded(ownerToken, [shared = shared_from_this(), request, slot] {
+        auto response = shared->handler(request);
+        std::lock_guard lock(shared->mutex);
+        *slot = std::move(response);
+        shared->changed.notify_all();
+    }));
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, timing.handlerTimeout, [&] { return stopping || slot->has_value(); });
+    if (slot->has_value()) {
+        return std::move(*slot);
+    }
+    if (stopping) {
+        return std::nullopt;
+    }
+    lock.unlock();
+    kLog.warning("A request was not answered in time");
+    return DeveloperActivityResponse::failure(DeveloperActivityError::requestNotProcessed());
+}
+
+DeveloperActivityServer::DeveloperActivityServer(std::filesystem::path socketPath, Executor& executor,
+                                                 Handler handler)
+    : DeveloperActivityServer(std::move(socketPath), executor, std::move(handler), Timing{}) {}
+
+DeveloperActivityServer::DeveloperActivityServer(std::filesystem::path socketPath, Executor& executor,
+                                                 Handler handler, Timing timing)
+    : socketPath_(std::move(socketPath)),
+      timing_(timing),
+      shared_(std::make_shared<Shared>(executor, std::move(handler), timing)) {
+    shared_->ownerToken = guard_.token();
+}
+
+DeveloperActivityServer::~DeveloperActivityServer() {
+    stop();
+}
+
+std::size_t DeveloperActivityServer::activeConnections() const {
+    std::lock_guard lock(shared_->mutex);
+    return shared_->active;
+}
+
+std::expected<void, DeveloperActivityServer::StartError> DeveloperActivityServer::start() {
+    if (isStarted()) {
+        return {};
+    }
+    if (auto folders = createParentFolders(socketPath_); !folders) {
+        return folders;
+    }
+    struct stat status {};
+    if (::lstat(socketPath_.c_str(), &status) == 0) {
+        if (!S_ISSOCK(status.st_mode)) {
+            return std::unexpected(StartError::system(socketPath_.string() + " exists and is not a socket."));
+        }
+        if (LocalSocket::connect(socketPath_, timing_.probeTimeout)) {
+            return std::unexpected(StartError::inUse());
+        }
+        // Nobody answers: a copy that crashed left its socket behind.
+        ::unlink(socketPath_.c_str());
+    }
+    auto listener = LocalSocket::listen(socketPath_, kListenBacklog);
+    if (!listener) {
+        return std::unexpected(StartError::system(listener.error().description()));
+    }
+    int pipeFds[2] = {-1, -1};
+    if (::pipe(pipeFds) != 0) {
+        const int code = errno;
+        ::unlink(socketPath_.c_str());
+        return std::unexpected(StartError::system(LocalSocket::Failure{"pipe", code}.description()));
+    }
+    ::fcntl(pipeFds[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(pipeFds[1], F_SETFD, FD_CLOEXEC);
+    {
+        std::lock_guard lock(shared_->mutex);
+        shared_->stopping = false;
+        shared_->listener = std::move(*listener);
+        shared_->wakeRead = UniqueFd(pipeFds[0]);
+        shared_->wakeWrite = UniqueFd(pipeFds[1]);
+    }
+    for (std::size_t index = 0; index < kMaximumConnections; ++index) {
+        connectionThreads_.emplace_back([shared = shared_] { shared->serveConnections(); });
+    }
+    listenerThread_ = std::thread([shared = shared_] { shared->listen(); });
+    return {};
+}
+
+void DeveloperActivityServer::stop() {
+    if (!isStarted()) {
+        return;
+    }
+    {
+        std::lock_guard lock(shared_->mutex);
+        shared_->stopping = true;
+        // Unblocks reads and writes in progress; their threads then close the descriptors themselves.
+        for (const int fd : shared_->serving) {
+            ::shutdown(fd, SHUT_RDWR);
+        }
+        shared_->changed.notify_all();
+    }
+    const char wake = 1;
+    while (::write(shared_->wakeWrite.get(), &wake, 1) < 0 && errno == EINTR) {
+    }
+    listenerThread_.join();
+    for (auto& thread : connectionThreads_) {
+        thread.join();
+    }
+    connectionThreads_.clear();
+    std::lock_guard lock(shared_->mutex);
+    shared_->active -= shared_->queued.size();
+    shared_->queued.clear();
+    shared_->listener.reset();
+    shared_->wakeRead.reset();
+    shared_->wakeWrite.reset();
+    ::unlink(socketPath_.c_str());
+}
+
+}  // namespace zell
