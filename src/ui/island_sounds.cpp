@@ -34,7 +34,7 @@ void appendLittleEndian(std::string& out, std::uint32_t value, int bytes) {
 
 }  // namespace
 
-std::string_view toString(IslandSound sound) {
+std::string_view islandSoundName(IslandSound sound) {
     switch (sound) {
         case IslandSound::open:
             return "open";

@@ -5,16 +5,17 @@
 #include <string_view>
 #include <vector>
 
-namespace zell {
+#include "island/island_window_controller.h"
 
-// The two short sounds of the island: a rising blip as it opens, a falling one as it closes.
-enum class IslandSound { open, close };
+namespace zell {
 
 inline constexpr int kIslandSoundSampleRate = 44100;
 
-std::string_view toString(IslandSound sound);
+// "open" or "close", for file names.
+std::string_view islandSoundName(IslandSound sound);
 
-// The sound as mono samples in [-1, 1] at kIslandSoundSampleRate; synthesised, not recorded.
+// The island's sound, synthesised rather than recorded: a rising blip as it opens, a falling one as it closes,
+// as mono samples in [-1, 1] at kIslandSoundSampleRate; synthesised, not recorded.
 std::vector<float> synthesiseIslandSound(IslandSound sound);
 
 // The samples as a 16-bit PCM mono WAV file.

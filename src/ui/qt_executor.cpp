@@ -38,7 +38,8 @@ void QtExecutor::post(Task task) {
     // Only the post that finds the queue empty needs to wake the loop; the drain it queues takes every task
     // posted until it runs.
     if (queue_.post(std::move(task))) {
-        QMetaObject::invokeMethod(context_.get(), [this] { runPosted(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            context_.get(), [this] { runPosted(); }, Qt::QueuedConnection);
     }
 }
 

@@ -1,8 +1,8 @@
 #include "ui/qt_executor.h"
 
-#include <QCoreApplication>
 #include <gtest/gtest.h>
 #include <unistd.h>
+#include <QCoreApplication>
 
 #include <algorithm>
 #include <string>

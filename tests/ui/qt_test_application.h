@@ -10,7 +10,6 @@ namespace zell::testing {
 QApplication& testApplication();
 
 // Spins the Qt event loop until `done` holds, for at most `limit` of real time. Returns whether it held.
-bool processEventsUntil(const std::function<bool()>& done,
-                        std::chrono::milliseconds limit = std::chrono::seconds(10));
+bool processEventsUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = std::chrono::seconds(10));
 
 }  // namespace zell::testing

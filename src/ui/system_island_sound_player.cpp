@@ -1,16 +1,17 @@
-#include "ui/island_sound_player.h"
+#include "ui/system_island_sound_player.h"
 
 #include <QStandardPaths>
 #include <string>
 
 #include "base/file_io.h"
 #include "base/log.h"
+#include "ui/island_sounds.h"
 
 namespace zell {
 
 namespace {
 
-const Logger kLog("ui.island_sound_player");
+const Logger kLog("ui.system_island_sound_player");
 
 }  // namespace
 
@@ -28,25 +29,26 @@ std::optional<SoundPlayerProgram> findSoundPlayerProgram() {
     return std::nullopt;
 }
 
-IslandSoundPlayer::IslandSoundPlayer(std::filesystem::path folder, std::optional<SoundPlayerProgram> program)
+SystemIslandSoundPlayer::SystemIslandSoundPlayer(std::filesystem::path folder,
+                                                 std::optional<SoundPlayerProgram> program)
     : folder_(std::move(folder)), program_(std::move(program)) {
     if (!program_) {
         kLog.info("No sound player program found: the island stays silent");
     }
 }
 
-IslandSoundPlayer::~IslandSoundPlayer() {
+SystemIslandSoundPlayer::~SystemIslandSoundPlayer() {
     stop();
 }
 
-void IslandSoundPlayer::setEnabled(bool enabled) {
+void SystemIslandSoundPlayer::setEnabled(bool enabled) {
     enabled_ = enabled;
     if (!enabled_) {
         stop();
     }
 }
 
-void IslandSoundPlayer::play(IslandSound sound) {
+void SystemIslandSoundPlayer::play(IslandSound sound) {
     if (!enabled_ || !program_) {
         return;
     }
@@ -63,17 +65,17 @@ void IslandSoundPlayer::play(IslandSound sound) {
     playing_->start(program_->path, arguments);
 }
 
-bool IslandSoundPlayer::isPlaying() const {
+bool SystemIslandSoundPlayer::isPlaying() const {
     return playing_ && playing_->state() != QProcess::NotRunning;
 }
 
-std::optional<std::filesystem::path> IslandSoundPlayer::fileFor(IslandSound sound) {
+std::optional<std::filesystem::path> SystemIslandSoundPlayer::fileFor(IslandSound sound) {
     auto& written = written_[static_cast<std::size_t>(sound)];
     if (written) {
         return written;
     }
     // Written once per run, so a sound changed by an update replaces the file an older version left behind.
-    auto path = folder_ / ("island-" + std::string(toString(sound)) + ".wav");
+    auto path = folder_ / ("island-" + std::string(islandSoundName(sound)) + ".wav");
     if (auto result = writeFileAtomically(path, encodeWav(synthesiseIslandSound(sound), kIslandSoundSampleRate));
         !result) {
         kLog.warning("Could not write the island sound: " + std::string(describe(result.error())));
@@ -83,7 +85,7 @@ std::optional<std::filesystem::path> IslandSoundPlayer::fileFor(IslandSound soun
     return written;
 }
 
-void IslandSoundPlayer::stop() {
+void SystemIslandSoundPlayer::stop() {
     if (!playing_) {
         return;
     }

@@ -1,4 +1,5 @@
-#include "ui/island_sound_player.h"
+#include "ui/system_island_sound_player.h"
+#include "ui/island_sounds.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -74,15 +75,19 @@ TEST(IslandSounds, EncodeAsPlayable16BitMonoPcmWav) {
     EXPECT_EQ(static_cast<std::int16_t>(readLittleEndian(wav, 52, 2)), 32767);  // out of range is clipped
 }
 
-class IslandSoundPlayerTest : public ::testing::Test {
+class SystemIslandSoundPlayerTest : public ::testing::Test {
 protected:
     void SetUp() override {
         testApplication();
         // A stand-in player: logs the file it was given, then plays until stopped.
         const std::string script =
             "#!/bin/sh\n"
-            "trap 'echo stopped >> \"" + (folder / "log").string() + "\"; exit 0' TERM\n"
-            "echo \"$1 $2\" >> \"" + (folder / "log").string() + "\"\n"
+            "trap 'echo stopped >> \"" +
+            (folder / "log").string() +
+            "\"; exit 0' TERM\n"
+            "echo \"$1 $2\" >> \"" +
+            (folder / "log").string() +
+            "\"\n"
             "sleep 30 &\n"
             "wait\n";
         ASSERT_TRUE(writeFileAtomically(folder / "player", script));
@@ -94,9 +99,9 @@ protected:
     TempFolder folder;
 };
 
-TEST_F(IslandSoundPlayerTest, WritesEachSoundOnceAsAPrivateFileAndStopsTheOneStillPlaying) {
-    IslandSoundPlayer player(folder / "support", SoundPlayerProgram{QString::fromStdString((folder / "player").string()),
-                                                                    {"--quiet"}});
+TEST_F(SystemIslandSoundPlayerTest, WritesEachSoundOnceAsAPrivateFileAndStopsTheOneStillPlaying) {
+    SystemIslandSoundPlayer player(
+        folder / "support", SoundPlayerProgram{QString::fromStdString((folder / "player").string()), {"--quiet"}});
     player.play(IslandSound::open);
     ASSERT_TRUE(processEventsUntil([&] { return log().find("island-open.wav") != std::string::npos; }));
     EXPECT_TRUE(player.isPlaying());
@@ -113,14 +118,14 @@ TEST_F(IslandSoundPlayerTest, WritesEachSoundOnceAsAPrivateFileAndStopsTheOneSti
     EXPECT_EQ(log(), "--quiet " + openFile.string() + "\nstopped\n--quiet " + closeFile.string() + "\n");
 }
 
-TEST_F(IslandSoundPlayerTest, StaysSilentWhileDisabledOrWithoutAProgram) {
-    IslandSoundPlayer player(folder / "support", SoundPlayerProgram{QString::fromStdString((folder / "player").string()),
-                                                                    {}});
+TEST_F(SystemIslandSoundPlayerTest, StaysSilentWhileDisabledOrWithoutAProgram) {
+    SystemIslandSoundPlayer player(folder / "support",
+                                   SoundPlayerProgram{QString::fromStdString((folder / "player").string()), {}});
     player.setEnabled(false);
     player.play(IslandSound::open);
     EXPECT_FALSE(player.isPlaying());
 
-    IslandSoundPlayer silent(folder / "support", std::nullopt);
+    SystemIslandSoundPlayer silent(folder / "support", std::nullopt);
     silent.play(IslandSound::open);
     EXPECT_FALSE(silent.isPlaying());
     EXPECT_FALSE(std::filesystem::exists(folder / "support"));

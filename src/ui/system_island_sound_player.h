@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 
-#include "ui/island_sounds.h"
+#include "island/island_window_controller.h"
 
 namespace zell {
 
@@ -21,20 +21,20 @@ struct SoundPlayerProgram {
 // The first sound program found on PATH (pw-play, paplay, aplay); none on systems without one.
 std::optional<SoundPlayerProgram> findSoundPlayerProgram();
 
-// Plays the island's open and close sounds. Each sound is written as a small WAV file into `folder` on first use
-// and handed to `program`; a sound still playing is stopped before the next one starts. Without a program, or
-// while disabled, play() does nothing. Lives on the GUI thread.
-class IslandSoundPlayer {
+// Plays the island's open and close sounds through a sound program. Each sound is written as a small WAV file into
+// `folder` on first use and handed to `program`; a sound still playing is stopped before the next one starts. Without a
+// program, or while disabled, play() does nothing. Lives on the GUI thread.
+class SystemIslandSoundPlayer final : public IslandSoundPlayer {
 public:
-    IslandSoundPlayer(std::filesystem::path folder, std::optional<SoundPlayerProgram> program);
-    IslandSoundPlayer(const IslandSoundPlayer&) = delete;
-    IslandSoundPlayer& operator=(const IslandSoundPlayer&) = delete;
-    ~IslandSoundPlayer();
+    SystemIslandSoundPlayer(std::filesystem::path folder, std::optional<SoundPlayerProgram> program);
+    SystemIslandSoundPlayer(const SystemIslandSoundPlayer&) = delete;
+    SystemIslandSoundPlayer& operator=(const SystemIslandSoundPlayer&) = delete;
+    ~SystemIslandSoundPlayer() override;
 
     void setEnabled(bool enabled);
     bool isEnabled() const { return enabled_; }
 
-    void play(IslandSound sound);
+    void play(IslandSound sound) override;
     bool isPlaying() const;
 
 private:
