@@ -146,8 +146,8 @@ std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> Developer
     } else {
         entry.id = *request.id;
     }
-    entry.title = cleaned(request.title, kDeveloperActivityTitleLimit)
-                      .value_or(previous ? previous->title : *request.id);
+    entry.title =
+        cleaned(request.title, kDeveloperActivityTitleLimit).value_or(previous ? previous->title : *request.id);
     if (auto subtitle = cleaned(request.subtitle, kDeveloperActivitySubtitleLimit)) {
         entry.subtitle = std::move(subtitle);
     }

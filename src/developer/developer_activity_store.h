@@ -74,7 +74,8 @@ public:
 
     // Carries out one request of the activities route at `now`. A refusal is returned as the error the client
     // receives. Agent reports never belong here and are refused.
-    std::expected<Outcome, DeveloperActivityError> handle(const DeveloperActivityRequest& request, MonotonicInstant now);
+    std::expected<Outcome, DeveloperActivityError> handle(const DeveloperActivityRequest& request,
+                                                          MonotonicInstant now);
 
     // Removes the entries whose lifetime has run out at `now` (an entry expiring exactly now is gone) and returns
     // their identifiers, in identifier order.

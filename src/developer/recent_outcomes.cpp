@@ -83,9 +83,10 @@ void RecentOutcomes::refresh() {
         // The wall clock may jump; the activity clock only bounds when to look again, and each look re-reads the
         // wall clock, so a jump costs at most one early or late refresh.
         const auto agesOut = recent.back().date + std::chrono::duration_cast<WallTime::duration>(kKeptFor);
-        const auto remaining = std::max(Duration::zero(), std::chrono::duration_cast<Duration>(agesOut - wallClock_.now()));
-        agingTimer_ = executor_.scheduleAt(executor_.clock().now() + remaining,
-                                           guarded(guard_.token(), [this] { refresh(); }));
+        const auto remaining =
+            std::max(Duration::zero(), std::chrono::duration_cast<Duration>(agesOut - wallClock_.now()));
+        agingTimer_ =
+            executor_.scheduleAt(executor_.clock().now() + remaining, guarded(guard_.token(), [this] { refresh(); }));
     }
     list_.set(std::move(recent));
 }

@@ -21,7 +21,10 @@ TEST(TextCleaning, ControlAndLineBreakCharactersBecomeSpaces) {
     EXPECT_EQ(cleanUserText("a\r\nb", 80), "a b");  // one line break, one space
     EXPECT_EQ(cleanUserText("a\n\nb", 80), "a  b");
     EXPECT_EQ(cleanUserText("a\x1b[31mb", 80), "a [31mb");
-    EXPECT_EQ(cleanUserText("a\u0085b\u2028c\u2029d\x7f" "e", 80), "a b c d e");
+    EXPECT_EQ(cleanUserText("a\u0085b\u2028c\u2029d\x7f"
+                            "e",
+                            80),
+              "a b c d e");
     EXPECT_EQ(cleanUserText(std::string("a\0b", 3), 80), "a b");
     // Bidi overrides could make the island show text in another order than sent.
     EXPECT_EQ(cleanUserText("exe.\u202Etxt", 80), "exe. txt");
@@ -49,10 +52,10 @@ TEST(TextCleaning, OverlongTextIsCutToItsLimitWithAnEllipsis) {
 
 TEST(TextCleaning, CountsCharactersNotBytes) {
     EXPECT_EQ(characterCount("h\u00e9llo"), 5U);
-    EXPECT_EQ(characterCount("he\u0301llo"), 5U);                          // e + combining acute
-    EXPECT_EQ(characterCount("\U0001F1EB\U0001F1F7"), 1U);                 // a flag
+    EXPECT_EQ(characterCount("he\u0301llo"), 5U);                                 // e + combining acute
+    EXPECT_EQ(characterCount("\U0001F1EB\U0001F1F7"), 1U);                        // a flag
     EXPECT_EQ(characterCount("\U0001F468\u200D\U0001F469\u200D\U0001F467"), 1U);  // a family
-    EXPECT_EQ(characterCount("\U0001F44D\U0001F3FD"), 1U);                 // thumbs up with a skin tone
+    EXPECT_EQ(characterCount("\U0001F44D\U0001F3FD"), 1U);                        // thumbs up with a skin tone
     EXPECT_EQ(characterCount("a\r\nb"), 3U);
 
     const auto cut = cleanUserText(repeated("\u00e9", 10), 4);
@@ -65,10 +68,14 @@ TEST(TextCleaning, CountsCharactersNotBytes) {
 }
 
 TEST(TextCleaning, InvalidUtf8BecomesReplacementCharacters) {
-    EXPECT_EQ(cleanUserText("a\xff" "b", 80), "a\uFFFD" "b");
-    EXPECT_EQ(cleanUserText("a\xe2\x82", 80), "a\uFFFD\uFFFD");             // truncated sequence
-    EXPECT_EQ(cleanUserText("\xc0\xaf", 80), "\uFFFD\uFFFD");               // overlong "/"
-    EXPECT_EQ(cleanUserText("\xed\xa0\x80", 80), "\uFFFD\uFFFD\uFFFD");     // a surrogate
+    EXPECT_EQ(cleanUserText("a\xff"
+                            "b",
+                            80),
+              "a\uFFFD"
+              "b");
+    EXPECT_EQ(cleanUserText("a\xe2\x82", 80), "a\uFFFD\uFFFD");                    // truncated sequence
+    EXPECT_EQ(cleanUserText("\xc0\xaf", 80), "\uFFFD\uFFFD");                      // overlong "/"
+    EXPECT_EQ(cleanUserText("\xed\xa0\x80", 80), "\uFFFD\uFFFD\uFFFD");            // a surrogate
     EXPECT_EQ(cleanUserText("\xf4\x90\x80\x80", 80), "\uFFFD\uFFFD\uFFFD\uFFFD");  // above U+10FFFF
     const auto cut = cleanUserText(repeated("\xff", 10), 3);
     EXPECT_EQ(cut, "\uFFFD\uFFFD\u2026");

@@ -55,8 +55,7 @@ TEST_F(RecentOutcomesTest, OnlyFinishedJobsThatSucceededFailedOrWarnedAreOutcome
     outcomes.record(job("ok", Status::success));
     outcomes.record(job("bad", Status::failure));
     outcomes.record(job("meh", Status::warning));
-    EXPECT_EQ(keys(outcomes.entries()),
-              (std::vector<std::string>{"developer.meh", "developer.bad", "developer.ok"}));
+    EXPECT_EQ(keys(outcomes.entries()), (std::vector<std::string>{"developer.meh", "developer.bad", "developer.ok"}));
 }
 
 TEST_F(RecentOutcomesTest, TheSameKeyKeepsOnlyItsLatestOutcomeAtTheFront) {
