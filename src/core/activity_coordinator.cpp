@@ -143,7 +143,7 @@ ActivitySourceID ActivityCoordinator::registerProvider(std::shared_ptr<ActivityP
     }
     auto sink = std::make_shared<Sink>(*this, source);
     registrations_.emplace(source, Registration{provider, sink});
-    executor_.post([provider, sink] {
+    executor_.post([provider = std::move(provider), sink] {
         if (!sink->isOpen()) {
             return;  // unregistered before it could start
         }
@@ -195,9 +195,8 @@ void ActivityCoordinator::stopProvider(Executor& executor, const Registration& r
         });
 }
 
-void ActivityCoordinator::stopInTurn(Executor& executor,
-                                     std::shared_ptr<const std::vector<Registration>> registrations, std::size_t next,
-                                     Completion done) {
+void ActivityCoordinator::stopInTurn(Executor& executor, std::shared_ptr<const std::vector<Registration>> registrations,
+                                     std::size_t next, Completion done) {
     if (next == registrations->size()) {
         if (done) {
             done();

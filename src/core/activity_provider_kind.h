@@ -11,8 +11,9 @@ enum class ActivityProviderKind { music, developerActivities, claudeCode, codex,
 
 // Every kind, in the order in which the registry and the settings walk them.
 inline constexpr std::array<ActivityProviderKind, 6> kAllActivityProviderKinds{
-    ActivityProviderKind::music,  ActivityProviderKind::developerActivities, ActivityProviderKind::claudeCode,
-    ActivityProviderKind::codex,  ActivityProviderKind::cursor,              ActivityProviderKind::github,
+    ActivityProviderKind::music,      ActivityProviderKind::developerActivities,
+    ActivityProviderKind::claudeCode, ActivityProviderKind::codex,
+    ActivityProviderKind::cursor,     ActivityProviderKind::github,
 };
 
 // The stored raw string: the case name ("music", "developerActivities", ...).

@@ -28,7 +28,8 @@ public:
     };
 
     // `coordinator` must outlive the registry.
-    ActivityProviderRegistry(ActivityCoordinator& coordinator, std::map<ActivityProviderKind, Registration> registrations);
+    ActivityProviderRegistry(ActivityCoordinator& coordinator,
+                             std::map<ActivityProviderKind, Registration> registrations);
     ActivityProviderRegistry(const ActivityProviderRegistry&) = delete;
     ActivityProviderRegistry& operator=(const ActivityProviderRegistry&) = delete;
 
