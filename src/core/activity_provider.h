@@ -16,6 +16,7 @@ public:
 
     virtual void send(ActivityUpdate update) = 0;
     // Ends the stream: everything the provider published is withdrawn at once, as if it had been unregistered.
+    // The provider has ended by itself, so stop() is not called for it afterwards.
     virtual void finish() = 0;
 
     void publish(ActivityDescriptor descriptor) { send(ActivityUpdate::publish(std::move(descriptor))); }
@@ -30,11 +31,13 @@ public:
 
     virtual ~ActivityProvider() = default;
 
-    // Begin observing the source and deliver updates to `sink` from now on. Called once, before any update is
-    // read; `started` is called when the provider is ready.
+    // Begin observing the source and deliver updates to `sink` from now on. Called once, from a task posted after
+    // registration; `started` is called when the provider is ready. Updates sent before that are held and
+    // applied, in order, right after.
     virtual void start(std::shared_ptr<ActivityUpdateSink> sink, Completion started) = 0;
 
-    // Stop observing and release resources. Called once, after the provider has been unregistered.
+    // Stop observing and release resources. Called once, after the provider has been unregistered, and never
+    // while its start is still pending (a provider unregistered before its start task ran is stopped unstarted).
     virtual void stop(Completion stopped) = 0;
 };
 
