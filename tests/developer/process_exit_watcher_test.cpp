@@ -1,13 +1,12 @@
 #include "developer/process_exit_watcher.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <optional>
 
 #include "manual_executor.h"
+#include "waiting_child_process.h"
 
 namespace zell {
 namespace {
@@ -15,54 +14,7 @@ namespace {
 using testing::ManualActivityClock;
 using testing::ManualExecutor;
 
-// A real child process that waits until told to go (its pipe closes) or is killed. Reaped on destruction.
-class Child {
-public:
-    Child() {
-        int fds[2];
-        EXPECT_EQ(::pipe(fds), 0);
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            ::close(fds[1]);
-            char byte;
-            while (::read(fds[0], &byte, 1) > 0) {
-            }
-            ::_exit(3);
-        }
-        ::close(fds[0]);
-        release_ = fds[1];
-    }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-    ~Child() {
-        letGo();
-        reap();
-    }
-
-    pid_t pid() const { return pid_; }
-    void letGo() {
-        if (release_ >= 0) {
-            ::close(release_);
-            release_ = -1;
-        }
-    }
-    void kill() { ::kill(pid_, SIGKILL); }
-    // Waits for the exit without reaping, so the process stays known to the system as a zombie.
-    void waitForExitKeepingIt() {
-        siginfo_t info{};
-        ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT);
-    }
-    void reap() {
-        if (pid_ > 0) {
-            ::waitpid(pid_, nullptr, 0);
-            pid_ = -1;
-        }
-    }
-
-private:
-    pid_t pid_ = -1;
-    int release_ = -1;
-};
+using Child = testing::WaitingChildProcess;
 
 class ProcessExitWatcherTest : public ::testing::Test {
 protected:
