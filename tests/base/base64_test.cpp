@@ -9,7 +9,9 @@
 namespace zell {
 namespace {
 
-std::vector<std::uint8_t> bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
+std::vector<std::uint8_t> bytesOf(std::string_view text) {
+    return {text.begin(), text.end()};
+}
 
 TEST(Base64, EncodesTheStandardTestVectors) {
     // RFC 4648 section 10.

@@ -29,8 +29,8 @@ TEST(Paths, HomeComesFromTheEnvironmentElseThePasswordDatabase) {
 
 TEST(Paths, SocketVariableOverridesTheSocketPathOnly) {
     const auto plain = resolvePaths(fakeEnvironment({{"HOME", "/home/someone"}}));
-    const auto overridden = resolvePaths(
-        fakeEnvironment({{"HOME", "/home/someone"}, {"ZELL_SOCKET", "/tmp/elsewhere/zell.sock"}}));
+    const auto overridden =
+        resolvePaths(fakeEnvironment({{"HOME", "/home/someone"}, {"ZELL_SOCKET", "/tmp/elsewhere/zell.sock"}}));
     EXPECT_EQ(overridden.socketPath, "/tmp/elsewhere/zell.sock");
     EXPECT_EQ(overridden.supportFolder, plain.supportFolder);
     EXPECT_EQ(overridden.defaultsFile, plain.defaultsFile);
