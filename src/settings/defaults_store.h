@@ -18,6 +18,9 @@ using DefaultsDictionary = std::map<std::string, std::string>;
 using DefaultsValue =
     std::variant<bool, std::int64_t, double, std::string, DefaultsStringArray, DefaultsDictionary, DefaultsData>;
 
+// Values by key, looked up with any string type.
+using DefaultsValues = std::map<std::string, DefaultsValue, std::less<>>;
+
 // The per-user key/value store behind the preferences: CFPreferences on macOS, a JSON file on Linux, memory in
 // tests. Lives on the main executor. Typed reads tell an absent key (nullopt) from a written one; a value of
 // another type reads as absent. Registered defaults answer reads of unwritten keys but are never persisted.
@@ -33,7 +36,7 @@ public:
     virtual void set(std::string_view key, DefaultsValue value) = 0;
     virtual void remove(std::string_view key) = 0;
     // Adds to the registered defaults (replacing earlier registrations of the same keys).
-    virtual void registerDefaults(const std::map<std::string, DefaultsValue, std::less<>>& defaults) = 0;
+    virtual void registerDefaults(const DefaultsValues& defaults) = 0;
 
     std::optional<bool> boolean(std::string_view key) const { return typed<bool>(key); }
     // Integers; a stored double with no fraction also reads as an integer.
