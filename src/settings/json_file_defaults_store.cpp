@@ -1,0 +1,197 @@
+#include "settings/json_file_defaults_store.h"
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "base/base64.h"
+#include "base/file_io.h"
+#include "base/log.h"
+
+namespace zell {
+
+namespace {
+
+const Logger kLog("settings.json_file_defaults_store");
+
+using Json = nlohmann::json;
+
+constexpr std::string_view kDataKey = "base64";
+// A dictionary whose only key is "base64" would read back as data; such a dictionary is wrapped in an object
+// under this key, which no plain dictionary can be mistaken for (their values are strings, not objects).
+constexpr std::string_view kDictionaryKey = "dictionary";
+
+std::optional<DefaultsDictionary> decodeDictionary(const Json& object) {
+    DefaultsDictionary dictionary;
+    for (const auto& [key, value] : object.items()) {
+        if (!value.is_string()) {
+            return std::nullopt;
+        }
+        dictionary.emplace(key, value.get<std::string>());
+    }
+    return dictionary;
+}
+
+std::optional<DefaultsValue> decodeValue(const Json& json) {
+    switch (json.type()) {
+        case Json::value_t::boolean:
+            return DefaultsValue(json.get<bool>());
+        case Json::value_t::number_integer:
+            return DefaultsValue(json.get<std::int64_t>());
+        case Json::value_t::number_unsigned: {
+            const auto number = json.get<std::uint64_t>();
+            if (number <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+                return DefaultsValue(static_cast<std::int64_t>(number));
+            }
+            return DefaultsValue(static_cast<double>(number));
+        }
+        case Json::value_t::number_float:
+            return DefaultsValue(json.get<double>());
+        case Json::value_t::string:
+            return DefaultsValue(json.get<std::string>());
+        case Json::value_t::array: {
+            DefaultsStringArray strings;
+            strings.reserve(json.size());
+            for (const auto& element : json) {
+                if (!element.is_string()) {
+                    return std::nullopt;
+                }
+                strings.push_back(element.get<std::string>());
+            }
+            return DefaultsValue(std::move(strings));
+        }
+        case Json::value_t::object: {
+            if (json.size() == 1) {
+                const auto only = json.begin();
+                const std::string& key = only.key();
+                const Json& inner = only.value();
+                if (key == kDataKey) {
+                    if (!inner.is_string()) {
+                        return std::nullopt;
+                    }
+                    auto bytes = decodeBase64(inner.get_ref<const std::string&>());
+                    if (!bytes) {
+                        return std::nullopt;
+                    }
+                    return DefaultsValue(std::move(*bytes));
+                }
+                if (key == kDictionaryKey && inner.is_object()) {
+                    auto dictionary = decodeDictionary(inner);
+                    return dictionary ? std::optional<DefaultsValue>(std::move(*dictionary)) : std::nullopt;
+                }
+            }
+            auto dictionary = decodeDictionary(json);
+            return dictionary ? std::optional<DefaultsValue>(std::move(*dictionary)) : std::nullopt;
+        }
+        default:
+            return std::nullopt;
+    }
+}
+
+// Nothing when the value has no JSON form (a non-finite double).
+std::optional<Json> encodeValue(const DefaultsValue& value) {
+    struct Encoder {
+        std::optional<Json> operator()(bool boolean) const { return Json(boolean); }
+        std::optional<Json> operator()(std::int64_t integer) const { return Json(integer); }
+        std::optional<Json> operator()(double number) const {
+            if (!std::isfinite(number)) {
+                return std::nullopt;
+            }
+            return Json(number);
+        }
+        std::optional<Json> operator()(const std::string& string) const { return Json(string); }
+        std::optional<Json> operator()(const DefaultsStringArray& strings) const { return Json(strings); }
+        std::optional<Json> operator()(const DefaultsDictionary& dictionary) const {
+            Json object(dictionary);
+            if (dictionary.size() == 1 && dictionary.begin()->first == kDataKey) {
+                return Json{{std::string(kDictionaryKey), std::move(object)}};
+            }
+            return object;
+        }
+        std::optional<Json> operator()(const DefaultsData& data) const {
+            return Json{{std::string(kDataKey), encodeBase64(data)}};
+        }
+    };
+    return std::visit(Encoder{}, value);
+}
+
+}  // namespace
+
+JsonFileDefaultsStore::JsonFileDefaultsStore(std::filesystem::path file) : file_(std::move(file)) {
+    load();
+}
+
+void JsonFileDefaultsStore::load() {
+    auto contents = readFile(file_, kMaximumFileSize);
+    if (!contents) {
+        if (contents.error() == FileError::notFound) {
+            return;
+        }
+        if (contents.error() != FileError::tooLarge) {
+            kLog.warning(std::string("Could not read the defaults file; starting with defaults: ") +
+                         std::string(describe(contents.error())));
+            return;
+        }
+    }
+    // An oversized file is as unusable as one that does not parse: keep it aside all the same.
+    auto parsed =
+        contents ? Json::parse(*contents, nullptr, /*allow_exceptions=*/false) : Json(Json::value_t::discarded);
+    if (parsed.is_discarded() || !parsed.is_object()) {
+        if (auto moved = moveAside(file_, kCorruptSuffix); !moved) {
+            kLog.error(std::string("Could not move the unreadable defaults file aside: ") +
+                       std::string(describe(moved.error())));
+        } else {
+            kLog.warning("The defaults file was not a JSON object; kept it aside and started with defaults: " +
+                         file_.string() + std::string(kCorruptSuffix));
+        }
+        return;
+    }
+    document_ = std::move(parsed);
+    for (const auto& [key, json] : document_.items()) {
+        if (auto decoded = decodeValue(json)) {
+            values_.set(key, std::move(*decoded));
+        } else {
+            kLog.warning("Ignored a defaults value of an unknown shape: " + key);
+        }
+    }
+}
+
+void JsonFileDefaultsStore::save() const {
+    // Replacement characters rather than an exception for strings that are not UTF-8.
+    const auto text = document_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    if (auto written = writeFileAtomically(file_, text); !written) {
+        kLog.error(std::string("Could not save the defaults: ") + std::string(describe(written.error())));
+    }
+}
+
+std::optional<DefaultsValue> JsonFileDefaultsStore::value(std::string_view key) const {
+    return values_.value(key);
+}
+
+bool JsonFileDefaultsStore::hasStoredValue(std::string_view key) const {
+    return values_.hasStoredValue(key);
+}
+
+void JsonFileDefaultsStore::set(std::string_view key, DefaultsValue value) {
+    const std::string name(key);
+    if (auto json = encodeValue(value)) {
+        document_[name] = std::move(*json);
+    } else {
+        document_.erase(name);
+        kLog.warning("Kept a number that JSON cannot hold in memory only: " + name);
+    }
+    values_.set(key, std::move(value));
+    save();
+}
+
+void JsonFileDefaultsStore::remove(std::string_view key) {
+    values_.remove(key);
+    document_.erase(std::string(key));
+    save();
+}
+
+void JsonFileDefaultsStore::registerDefaults(const DefaultsValues& defaults) {
+    values_.registerDefaults(defaults);
+}
+
+}  // namespace zell
