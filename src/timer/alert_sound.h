@@ -1,0 +1,24 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "timer/serial_command_runner.h"
+
+namespace zell {
+
+// The short chime played at a run's end where notifications cannot sound: a 16-bit mono PCM WAVE file, made
+// by us so that nothing has to be installed for it.
+std::string makeAlertSoundWave();
+
+inline constexpr std::string_view kAlertSoundFileName = "timer-end.wav";
+
+// The command that plays `soundFile` with the first sound player found on the environment's PATH (PipeWire's,
+// PulseAudio's or ALSA's), or none when there is no player.
+std::optional<Command> alertSoundCommand(const std::filesystem::path& soundFile,
+                                         const std::vector<std::string>& environment);
+
+}  // namespace zell

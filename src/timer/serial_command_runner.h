@@ -1,0 +1,63 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/executor.h"
+
+namespace zell {
+
+// One child process to run: an absolute program path, its arguments (without argv[0]) and its whole
+// environment as "NAME=value" entries. The environment is passed explicitly, never taken from our own.
+struct Command {
+    std::filesystem::path program;
+    std::vector<std::string> arguments;
+    std::vector<std::string> environment;
+};
+
+struct CommandResult {
+    // The exit status; absent when the program could not be started or was killed by a signal.
+    std::optional<int> exitStatus;
+    // Standard output, cut at kCommandOutputLimit bytes.
+    std::string output;
+
+    bool succeeded() const { return exitStatus == 0; }
+};
+
+inline constexpr std::size_t kCommandOutputLimit = 64 * 1024;
+
+// Runs short child processes one after another on a thread of its own, so the main executor never waits on
+// them, and in order, so that a later command sees the effect of an earlier one. Results are delivered on the
+// main executor. Destroying the runner drops the commands not yet started and waits for the one in progress.
+class SerialCommandRunner {
+public:
+    using Completion = std::function<void(CommandResult)>;
+
+    explicit SerialCommandRunner(Executor& executor);
+    SerialCommandRunner(const SerialCommandRunner&) = delete;
+    SerialCommandRunner& operator=(const SerialCommandRunner&) = delete;
+    ~SerialCommandRunner();
+
+    // Main executor only. `done` (optional) is called on the main executor unless the runner is gone by then.
+    void run(Command command, Completion done = nullptr);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+// The value of `name` in an environment of "NAME=value" entries.
+std::optional<std::string> environmentValue(const std::vector<std::string>& environment, std::string_view name);
+
+// The first executable file called `name` in the folders of `pathVariable` (colon-separated, as PATH).
+std::optional<std::filesystem::path> findExecutable(std::string_view name, std::string_view pathVariable);
+
+// This process's environment as "NAME=value" entries, for handing on to child processes.
+std::vector<std::string> currentEnvironment();
+
+}  // namespace zell

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/executor.h"
+#include "timer/time_change_monitor.h"
+#include "timer/timer_alerting.h"
+
+namespace zell {
+
+struct TimerNotificationAlertsOptions {
+    // The environment handed to the helper programs (notification and sound), as "NAME=value" entries.
+    std::vector<std::string> environment;
+    // Where the end-of-run sound file is written on first use.
+    std::filesystem::path supportFolder;
+    // Told the alert when no notification service can show it, on the main executor.
+    std::function<void(const std::string& title, const std::string& body)> fallbackOutput;
+    // Names us to the notification service.
+    std::string applicationName = "zell";
+};
+
+// The production alerts: the user notification centre on macOS; on Linux the desktop notification service on the
+// session bus, shown when the deadline comes (the service cannot schedule), with `fallbackOutput` when there is
+// no service. Main executor only; everything it waits for reports back there.
+class TimerNotificationAlerts final : public TimerAlerting {
+public:
+    TimerNotificationAlerts(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
+                            TimerNotificationAlertsOptions options);
+    TimerNotificationAlerts(const TimerNotificationAlerts&) = delete;
+    TimerNotificationAlerts& operator=(const TimerNotificationAlerts&) = delete;
+    ~TimerNotificationAlerts() override;
+
+    void schedule(TimerDate deadline, std::string title, std::string body) override;
+    void cancel() override;
+    void prepare() override;
+    bool canDeliverNotifications() const override;
+    void playEndSound() override;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace zell

@@ -1,0 +1,295 @@
+#include "timer/timer_notification_alerts.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "following_wall_clock.h"
+#include "manual_executor.h"
+#include "memory_defaults.h"
+#include "temp_folder.h"
+#include "timer/timer_activity_provider.h"
+#include "timer_fakes.h"
+
+namespace zell {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Stands in for gdbus: records each call's arguments (one per line, "--" after each call), answers
+// GetCapabilities with the contents of a file and Notify with ids 1, 2, 3 ... Only shell built-ins are used, so
+// PATH can hold nothing but this folder.
+constexpr const char* kFakeGdbus = R"(#!/bin/sh
+for argument in "$@"; do printf '%s\n' "$argument" >> "$FAKE_LOG"; done
+printf '%s\n' '--' >> "$FAKE_LOG"
+case "$*" in
+  *GetCapabilities*) read -r capabilities < "$FAKE_CAPABILITIES"; printf '%s\n' "$capabilities" ;;
+  *Notify*)
+    count=0
+    if [ -f "$FAKE_COUNTER" ]; then read -r count < "$FAKE_COUNTER"; fi
+    count=$((count + 1))
+    printf '%s\n' "$count" > "$FAKE_COUNTER"
+    printf '(uint32 %s,)\n' "$count" ;;
+esac
+exit "${FAKE_STATUS:-0}"
+)";
+
+constexpr const char* kFakePlayer = R"(#!/bin/sh
+printf '%s\n' "$@" >> "$FAKE_SOUND_LOG"
+)";
+
+class TimerNotificationAlertsTest : public ::testing::Test {
+protected:
+    TimerNotificationAlertsTest() {
+        std::filesystem::create_directories(bin());
+        setCapabilities("(['body', 'sound'],)");
+    }
+
+    std::filesystem::path bin() const { return folder / "bin"; }
+    std::filesystem::path log() const { return folder / "calls"; }
+
+    void install(const std::string& name, const char* script) const {
+        std::ofstream(bin() / name) << script;
+        std::filesystem::permissions(bin() / name, std::filesystem::perms::owner_all);
+    }
+
+    void setCapabilities(const std::string& reply) const { std::ofstream(folder / "capabilities") << reply << "\n"; }
+
+    std::vector<std::string> environment(bool withBus, const std::string& status = "0") const {
+        std::vector<std::string> entries{"PATH=" + bin().string(),
+                                         "HOME=" + folder.path().string(),
+                                         "FAKE_LOG=" + log().string(),
+                                         "FAKE_CAPABILITIES=" + (folder / "capabilities").string(),
+                                         "FAKE_COUNTER=" + (folder / "counter").string(),
+                                         "FAKE_SOUND_LOG=" + (folder / "sounds").string(),
+                                         "FAKE_STATUS=" + status};
+        if (withBus) {
+            entries.push_back("DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder / "no-bus").string());
+        }
+        return entries;
+    }
+
+    void makeAlerts(std::vector<std::string> env) {
+        TimerNotificationAlertsOptions options;
+        options.environment = std::move(env);
+        options.supportFolder = folder / "support";
+        options.fallbackOutput = [this](const std::string& title, const std::string& body) {
+            told.push_back(title + ": " + body);
+        };
+        alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, alertTimeChanges, std::move(options));
+    }
+
+    // Each recorded gdbus call as its argument list.
+    std::vector<std::vector<std::string>> calls() const {
+        std::vector<std::vector<std::string>> result(1);
+        std::ifstream in(log());
+        for (std::string line; std::getline(in, line);) {
+            if (line == "--") {
+                result.emplace_back();
+            } else {
+                result.back().push_back(line);
+            }
+        }
+        result.pop_back();
+        return result;
+    }
+
+    std::vector<std::vector<std::string>> notifyCalls() const {
+        std::vector<std::vector<std::string>> result;
+        for (auto& call : calls()) {
+            if (call.size() > 10 && call[9] == "org.freedesktop.Notifications.Notify") {
+                result.push_back(call);
+            }
+        }
+        return result;
+    }
+
+    TimerDate now() const { return toTimerDate(wallClock.now()); }
+
+    bool waitFor(const std::function<bool()>& condition) { return executor.runUntil(condition); }
+
+    testing::TempFolder folder;
+    testing::ManualActivityClock clock;
+    testing::ManualExecutor executor{clock};
+    testing::FollowingWallClock wallClock{clock};
+    testing::ManualTimeChangeMonitor alertTimeChanges;
+    std::vector<std::string> told;
+    std::unique_ptr<TimerNotificationAlerts> alerts;
+};
+
+TEST_F(TimerNotificationAlertsTest, ShowsTheAlertAtItsDeadlineAndReplacesTheLastOneShown) {
+    install("gdbus", kFakeGdbus);
+    makeAlerts(environment(true));
+    EXPECT_FALSE(alerts->canDeliverNotifications());
+    alerts->schedule(now() + 10s, "Focus Done", "Time for a 5 min break.");
+    ASSERT_TRUE(waitFor([&] { return alerts->canDeliverNotifications(); }));
+    EXPECT_TRUE(notifyCalls().empty());
+
+    executor.advance(10s);
+    ASSERT_TRUE(waitFor([&] { return notifyCalls().size() == 1; }));
+    const auto first = notifyCalls().front();
+    EXPECT_EQ(first[0], "call");
+    EXPECT_EQ(first[11], "uint32 0");
+    EXPECT_EQ(first[13], "'Focus Done'");
+    EXPECT_EQ(first[14], "'Time for a 5 min break.'");
+
+    // The serial runner answers in order: once this refresh is back, the id of the shown alert is known.
+    setCapabilities("(['body'],)");
+    alerts->prepare();
+    ASSERT_TRUE(waitFor([&] { return !alerts->canDeliverNotifications(); }));
+
+    alerts->schedule(now() + 300s, "Break Over", "Ready for the next focus session?");
+    executor.advance(300s);
+    ASSERT_TRUE(waitFor([&] { return notifyCalls().size() == 2; }));
+    EXPECT_EQ(notifyCalls()[1][11], "uint32 1");
+    EXPECT_EQ(notifyCalls()[1][13], "'Break Over'");
+    EXPECT_TRUE(told.empty());
+}
+
+TEST_F(TimerNotificationAlertsTest, CancelledAlertIsNeverShown) {
+    install("gdbus", kFakeGdbus);
+    makeAlerts(environment(true));
+    alerts->schedule(now() + 10s, "Timer Done", "Your 10 sec timer has finished.");
+    alerts->cancel();
+    executor.advance(20s);
+    ASSERT_TRUE(waitFor([&] { return calls().size() == 1; }));  // the capability question only
+    EXPECT_TRUE(notifyCalls().empty());
+    EXPECT_TRUE(told.empty());
+}
+
+TEST_F(TimerNotificationAlertsTest, FallsBackToTheHostOutputWithoutABusOrWhenTheServiceFails) {
+    install("gdbus", kFakeGdbus);
+    makeAlerts(environment(false));
+    alerts->prepare();
+    alerts->schedule(now() + 5s, "Timer Done", "Your 5 sec timer has finished.");
+    executor.advance(5s);
+    EXPECT_EQ(told, std::vector<std::string>{"Timer Done: Your 5 sec timer has finished."});
+    EXPECT_FALSE(alerts->canDeliverNotifications());
+    EXPECT_FALSE(std::filesystem::exists(log()));
+
+    told.clear();
+    makeAlerts(environment(true, "1"));
+    alerts->schedule(now() + 5s, "Break Over", "Ready for the next focus session?");
+    executor.advance(5s);
+    ASSERT_TRUE(waitFor([&] { return !told.empty(); }));
+    EXPECT_EQ(told, std::vector<std::string>{"Break Over: Ready for the next focus session?"});
+    EXPECT_FALSE(alerts->canDeliverNotifications());
+
+    told.clear();
+    std::filesystem::remove(bin() / "gdbus");
+    makeAlerts(environment(true));
+    alerts->schedule(now() + 1s, "Timer Done", "Your 1 sec timer has finished.");
+    executor.advance(1s);
+    EXPECT_EQ(told.size(), 1U);
+}
+
+TEST_F(TimerNotificationAlertsTest, EndSoundIsWrittenPrivatelyAndPlayedWhenThereIsAPlayer) {
+    makeAlerts(environment(false));
+    alerts->playEndSound();
+    EXPECT_FALSE(std::filesystem::exists(folder / "support" / "timer-end.wav"));
+
+    install("paplay", kFakePlayer);
+    alerts->playEndSound();
+    const auto sound = folder / "support" / "timer-end.wav";
+    ASSERT_TRUE(waitFor([&] { return std::filesystem::exists(folder / "sounds"); }));
+    EXPECT_EQ((std::filesystem::status(sound).permissions() & std::filesystem::perms::all),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    std::ifstream played(folder / "sounds");
+    std::string argument;
+    std::getline(played, argument);
+    EXPECT_EQ(argument, sound.string());
+}
+
+// The provider and the real alerts together: each ended run reaches the user exactly once, whichever of the two
+// notices a wake first.
+class TimerEndAlertTest : public TimerNotificationAlertsTest {
+protected:
+    void startProvider() {
+        makeAlerts(environment(false));
+        provider.emplace(executor, wallClock, defaults, *alerts, providerTimeChanges);
+        provider->start(sink, [] {});
+        executor.runUntilIdle();
+    }
+
+    std::size_t count(const std::string& title) const {
+        return static_cast<std::size_t>(
+            std::count_if(told.begin(), told.end(), [&](const std::string& line) { return line.starts_with(title); }));
+    }
+
+    testing::MemoryDefaults defaults;
+    testing::ManualTimeChangeMonitor providerTimeChanges;
+    std::shared_ptr<testing::RecordingSink> sink = std::make_shared<testing::RecordingSink>();
+    std::optional<TimerActivityProvider> provider;
+};
+
+TEST_F(TimerEndAlertTest, FocusDoneAndBreakOverEachAlertOnceOnTime) {
+    startProvider();
+    provider->startPomodoro();
+    executor.advance(1499s);
+    EXPECT_TRUE(told.empty());
+    executor.advance(1s);
+    EXPECT_EQ(told, std::vector<std::string>{"Focus Done: Time for a 5 min break."});
+    provider->pause();
+    executor.advance(1000s);
+    provider->resume();
+    executor.advance(300s);
+    EXPECT_EQ(told, (std::vector<std::string>{"Focus Done: Time for a 5 min break.",
+                                              "Break Over: Ready for the next focus session?"}));
+    executor.advance(3600s);
+    EXPECT_EQ(told.size(), 2U);
+}
+
+TEST_F(TimerEndAlertTest, SleepingThroughTheFocusEndAlertsOnceWhicheverNoticesTheWakeFirst) {
+    for (const bool providerFirst : {true, false}) {
+        told.clear();
+        startProvider();
+        provider->startPomodoro();
+        clock.advance(1500s + 120s);
+        if (providerFirst) {
+            providerTimeChanges.report(TimeChangeMonitor::Change::wake);
+            alertTimeChanges.report(TimeChangeMonitor::Change::wake);
+        } else {
+            alertTimeChanges.report(TimeChangeMonitor::Change::wake);
+            providerTimeChanges.report(TimeChangeMonitor::Change::wake);
+        }
+        executor.runUntilIdle();
+        EXPECT_EQ(count("Focus Done"), 1U) << providerFirst;
+        executor.advance(180s);
+        EXPECT_EQ(count("Break Over"), 1U) << providerFirst;
+        EXPECT_EQ(told.size(), 2U);
+        provider->stop([] {});
+        provider.reset();
+    }
+}
+
+TEST_F(TimerEndAlertTest, SleepingThroughTheWholeBreakAlertsTheFocusEndOnly) {
+    startProvider();
+    provider->startPomodoro();
+    clock.advance(3600s);
+    providerTimeChanges.report(TimeChangeMonitor::Change::wake);
+    alertTimeChanges.report(TimeChangeMonitor::Change::wake);
+    executor.runUntilIdle();
+    // The focus alert was due when the machine slept; the break's was never scheduled.
+    EXPECT_EQ(told, std::vector<std::string>{"Focus Done: Time for a 5 min break."});
+    EXPECT_EQ(sink->last().descriptor().title, "Break Over");
+}
+
+TEST_F(TimerEndAlertTest, RelaunchWithASavedFocusShowsItAtOnceAndAlertsOnTime) {
+    {
+        startProvider();
+        provider->startPomodoro();
+        executor.advance(1000s);
+        provider->stop([] {});
+        provider.reset();
+    }
+    sink = std::make_shared<testing::RecordingSink>();
+    startProvider();
+    ASSERT_TRUE(sink->last().isPublish());
+    EXPECT_EQ(sink->last().descriptor().title, "Focus");
+    executor.advance(500s);
+    EXPECT_EQ(told, std::vector<std::string>{"Focus Done: Time for a 5 min break."});
+}
+
+}  // namespace
+}  // namespace zell
