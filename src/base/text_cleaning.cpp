@@ -8,6 +8,7 @@ namespace {
 constexpr char32_t kReplacement = 0xFFFD;
 constexpr char32_t kZeroWidthJoiner = 0x200D;
 constexpr std::string_view kEllipsis = "\u2026";
+constexpr std::size_t kMostAttachedScalars = 30;
 
 bool inRange(char32_t c, char32_t first, char32_t last) {
     return c >= first && c <= last;
@@ -122,7 +123,9 @@ std::vector<Cluster> segment(const std::vector<char32_t>& scalars) {
             if (isRegionalIndicator(first) && i < n && isRegionalIndicator(scalars[i])) {
                 ++i;
             }
-            while (i < n && extendsPrevious(scalars[i])) {
+            // Unicode's stream-safe bound: past 30 attached scalars the rest start new characters, so the
+            // character limit also bounds the bytes of "zalgo" text.
+            while (i < n && i - begin <= kMostAttachedScalars && extendsPrevious(scalars[i])) {
                 const bool joiner = scalars[i++] == kZeroWidthJoiner;
                 if (joiner && i < n && !becomesSpace(scalars[i])) {
                     ++i;

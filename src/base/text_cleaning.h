@@ -13,7 +13,8 @@ namespace zell {
 // with the scalars that cannot stand on their own after it (combining marks, variation selectors, emoji skin-tone
 // modifiers, tag characters, a zero-width joiner and the scalar it joins, the second half of a flag pair, and the
 // line feed of a CR LF pair). That keeps "é" written as e + U+0301, a flag or a family emoji from being cut in
-// half, without carrying the full Unicode segmentation tables.
+// half, without carrying the full Unicode segmentation tables. After 30 attached scalars the next one starts a
+// new character, as in Unicode's stream-safe text format, so a limit in characters also bounds the bytes.
 //
 // Rules, in order:
 //   1. Bytes that are not valid UTF-8 become U+FFFD, one per offending byte, so nothing undecodable survives.

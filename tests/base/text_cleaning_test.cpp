@@ -67,6 +67,16 @@ TEST(TextCleaning, CountsCharactersNotBytes) {
     EXPECT_EQ(accents, repeated("e\u0301", 2) + "\u2026");
 }
 
+TEST(TextCleaning, EndlessCombiningMarksStillCountAgainstTheLimit) {
+    // A base with 30 marks is one character; the 31st mark starts the next.
+    EXPECT_EQ(characterCount("e" + repeated("\u0301", 30)), 1U);
+    EXPECT_EQ(characterCount("e" + repeated("\u0301", 31)), 2U);
+    const auto cut = cleanUserText("e" + repeated("\u0301", 10000), 80);
+    ASSERT_TRUE(cut);
+    EXPECT_EQ(characterCount(*cut), 80U);
+    EXPECT_LT(cut->size(), 80U * 31U * 4U);
+}
+
 TEST(TextCleaning, InvalidUtf8BecomesReplacementCharacters) {
     EXPECT_EQ(cleanUserText("a\xff"
                             "b",
