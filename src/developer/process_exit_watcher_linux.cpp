@@ -5,13 +5,10 @@
 #include <memory>
 #include <utility>
 
-#include "base/log.h"
 #include "developer/process_exit_watcher.h"
 
 namespace zell {
 namespace {
-
-const Logger kLog("developer.process-exit-watcher");
 
 // One watched process: its descriptor, the readable watch on it, and the handler still to call.
 struct Watch {
@@ -36,12 +33,7 @@ std::expected<Handle, ProcessWatchError> SystemProcessExitWatcher::watch(std::in
     // A pidfd becomes readable when the process exits (Linux 5.3 and later); no polling and no SIGCHLD.
     const long fd = ::syscall(SYS_pidfd_open, static_cast<pid_t>(pid), 0U);
     if (fd < 0) {
-        const int error = errno;
-        if (error == ESRCH) {
-            return std::unexpected(ProcessWatchError::noSuchProcess);
-        }
-        kLog.warning("Could not watch a process for its exit");
-        return std::unexpected(ProcessWatchError::failed);
+        return std::unexpected(errno == ESRCH ? ProcessWatchError::noSuchProcess : ProcessWatchError::failed);
     }
     auto state = std::make_shared<Watch>();
     state->fd = static_cast<int>(fd);

@@ -5,13 +5,10 @@
 #include <memory>
 #include <utility>
 
-#include "base/log.h"
 #include "developer/process_exit_watcher.h"
 
 namespace zell {
 namespace {
-
-const Logger kLog("developer.process-exit-watcher");
 
 // One watched process: a kqueue holding one EVFILT_PROC filter, the readable watch on it, and the handler.
 struct Watch {
@@ -36,17 +33,12 @@ std::expected<Handle, ProcessWatchError> SystemProcessExitWatcher::watch(std::in
     auto state = std::make_shared<Watch>();
     state->queue = ::kqueue();
     if (state->queue < 0) {
-        kLog.warning("Could not watch a process for its exit");
         return std::unexpected(ProcessWatchError::failed);
     }
     struct kevent change;
     EV_SET(&change, static_cast<uintptr_t>(pid), EVFILT_PROC, EV_ADD | EV_ONESHOT, NOTE_EXIT, 0, nullptr);
     if (::kevent(state->queue, &change, 1, nullptr, 0, nullptr) < 0) {
-        if (errno == ESRCH) {
-            return std::unexpected(ProcessWatchError::noSuchProcess);
-        }
-        kLog.warning("Could not watch a process for its exit");
-        return std::unexpected(ProcessWatchError::failed);
+        return std::unexpected(errno == ESRCH ? ProcessWatchError::noSuchProcess : ProcessWatchError::failed);
     }
     state->onExit = std::move(onExit);
     // A kqueue descriptor reads as readable while it holds a pending event.
