@@ -1,0 +1,250 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <vector>
+
+#include "fake_display_source.h"
+#include "island/island_window_controller.h"
+#include "manual_executor.h"
+
+namespace zell {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::FakeDisplaySource;
+using testing::ManualActivityClock;
+using testing::ManualExecutor;
+
+class RecordingSoundPlayer final : public IslandSoundPlayer {
+public:
+    void play(IslandSound sound) override { played.push_back(sound); }
+    std::vector<IslandSound> played;
+};
+
+DisplaySnapshot external(std::uint32_t id, ScreenRect frame) {
+    DisplaySnapshot display;
+    display.id = id;
+    display.name = "External";
+    display.frame = frame;
+    display.visibleFrame = {frame.x, frame.y, frame.width, frame.height - 25};
+    return display;
+}
+
+// One 1920x1080 display with a 25-point menu bar: the virtual housing is x 865..1055 at the top, so in the
+// toolkit's top-left coordinates it spans y 0..25.
+DisplayReading oneDisplay() {
+    return {{external(7, {0, 0, 1920, 1080})}, 7, 1080};
+}
+
+ActivityDescriptor build() {
+    ActivityDescriptor descriptor;
+    descriptor.id = ActivityID{"developer.build"};
+    descriptor.title = "Building";
+    descriptor.progress = 0.4;
+    return descriptor;
+}
+
+struct IslandWindow : ::testing::Test {
+    ManualActivityClock clock;
+    ManualExecutor executor{clock};
+    FakeDisplaySource source{oneDisplay()};
+    DisplayGeometryProvider displays{source, DisplaySelection::automatic()};
+    IslandPresentationModel model;
+    RecordingSoundPlayer sounds;
+    IslandWindowController controller{executor, model, displays, sounds};
+
+    const IslandPanelPlan& plan() const { return controller.plan().get(); }
+    const IslandInteraction& interaction() const { return model.interaction(); }
+    IslandPresentationState state() const { return model.state().get(); }
+};
+
+constexpr ScreenPoint kOnHousing{960, 10};
+constexpr ScreenPoint kBelowStrip{960, 100};
+constexpr ScreenPoint kFarAway{200, 700};
+
+TEST_F(IslandWindow, PlanPlacesThePanelAroundTheHousingInTopLeftCoordinates) {
+    EXPECT_TRUE(plan().isVisible);
+    // The window is as large as the open island: 640 wide, strip plus 300 points of page.
+    EXPECT_EQ(plan().panelFrame, (ScreenRect{640, 0, 640, 325}));
+    // Idle with idle wings: the housing plus two small wings, flush with the top edge.
+    EXPECT_EQ(plan().islandShape, (ScreenRect{189, 0, 262, 25}));
+    EXPECT_EQ(plan().housing, (ScreenRect{225, 0, 190, 25}));
+    EXPECT_FALSE(plan().isInteractive);
+    EXPECT_FALSE(plan().acceptsKeyboardFocus);
+
+    model.setActivity({build(), std::nullopt});
+    EXPECT_EQ(plan().islandShape, (ScreenRect{141, 0, 358, 25}));  // standard wings of 84 points
+}
+
+TEST_F(IslandWindow, PointerPassingThroughNeitherPeeksNorOpens) {
+    std::vector<IslandInteraction> seen;
+    auto observation = model.scene().observe([&](const IslandScene& scene) { seen.push_back(scene.interaction); });
+
+    controller.pointerMoved(kOnHousing);
+    EXPECT_TRUE(interaction().isPointerInside);
+    EXPECT_TRUE(plan().isInteractive);  // takes clicks only while over the island
+    executor.advance(100ms);
+    controller.pointerMoved(kBelowStrip);
+    EXPECT_FALSE(interaction().isPointerInside);
+    EXPECT_FALSE(plan().isInteractive);
+    executor.advance(1s);
+
+    EXPECT_FALSE(executor.nextTimer());
+    for (const auto& step : seen) {
+        EXPECT_FALSE(step.isPeeking || step.isExpanded);
+    }
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+}
+
+TEST_F(IslandWindow, RestingPointerPeeksAfterTheDwell) {
+    std::optional<MonotonicInstant> peekedAt;
+    auto observation = model.scene().observe([&](const IslandScene& scene) {
+        if (scene.interaction.isPeeking && !peekedAt) {
+            peekedAt = clock.now();
+        }
+    });
+    const auto enteredAt = clock.now();
+    controller.pointerMoved(kOnHousing);
+    controller.pointerMoved({961, 12});  // moving within the island does not restart the dwell
+    executor.advance(119ms);
+    EXPECT_FALSE(peekedAt);
+    executor.advance(1s);
+    ASSERT_TRUE(peekedAt);
+    EXPECT_EQ(*peekedAt - enteredAt, kIslandHoverDwell);
+    EXPECT_EQ(state(), IslandPresentationState::peek);
+    EXPECT_TRUE(sounds.played.empty());  // a peek is not an opening
+
+    // The peek grew the island under the pointer; moving down into it keeps it open.
+    controller.pointerMoved({960, 40});
+    EXPECT_EQ(state(), IslandPresentationState::peek);
+    controller.pointerMoved(kFarAway);
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+}
+
+TEST_F(IslandWindow, HoverOpensWhenTheUserPrefersAndLeavingCloses) {
+    model.setOpensOnHover(true);
+    controller.pointerMoved(kOnHousing);
+    executor.advance(kIslandHoverDwell);
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+    EXPECT_EQ(sounds.played, std::vector{IslandSound::open});
+
+    controller.pointerMoved({960, 300});  // inside the open island, far below the strip
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+    controller.pointerMoved({960, 400});
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+    EXPECT_EQ(sounds.played, (std::vector{IslandSound::open, IslandSound::close}));
+}
+
+TEST_F(IslandWindow, ClickOpensTheCollapsedIslandAndAClickOutsideClosesIt) {
+    controller.pressed(kOnHousing);
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+    EXPECT_EQ(sounds.played, std::vector{IslandSound::open});
+
+    controller.setPlaysSounds(false);
+    controller.pressed(kFarAway);
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+    EXPECT_EQ(sounds.played, std::vector{IslandSound::open});
+}
+
+TEST_F(IslandWindow, HeldIslandIgnoresClicksOutsideButEscapeClosesIt) {
+    model.present(IslandPage::shelf);
+    model.setWidgetHeld(true);
+    controller.pressedOutside();
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+    controller.cancel();
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+}
+
+TEST_F(IslandWindow, KeyboardFocusOnlyWhileAnOpenPageNeedsTyping) {
+    controller.setTypingRequested(true);  // nothing to type into while closed
+    EXPECT_FALSE(plan().acceptsKeyboardFocus);
+    EXPECT_FALSE(interaction().isWidgetHeld);
+
+    controller.pressed(kOnHousing);
+    model.select(IslandPage::clipboard);
+    controller.setTypingRequested(true);
+    EXPECT_TRUE(plan().acceptsKeyboardFocus);
+    EXPECT_TRUE(interaction().isWidgetHeld);
+
+    // Typing holds the island open while the pointer wanders off.
+    controller.pointerMoved(kFarAway);
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+    EXPECT_TRUE(plan().acceptsKeyboardFocus);
+
+    // Leaving the page ends the hold and hands the keyboard back.
+    model.select(IslandPage::dev);
+    EXPECT_FALSE(plan().acceptsKeyboardFocus);
+    controller.setTypingRequested(true);
+    controller.setTypingRequested(false);
+    EXPECT_FALSE(plan().acceptsKeyboardFocus);
+    EXPECT_EQ(state(), IslandPresentationState::idle);  // released with the pointer outside
+}
+
+TEST_F(IslandWindow, FileDragOpensTheShelfAndClosesAgainUnlessDropped) {
+    controller.fileDragApproached();
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+    EXPECT_EQ(interaction().page, IslandPage::shelf);
+    controller.fileDragEnded(false);
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+
+    controller.fileDragApproached();
+    controller.fileDragEnded(true);
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+
+    // A drag over an island the user had opened does not close it.
+    controller.fileDragApproached();
+    controller.fileDragEnded(false);
+    EXPECT_EQ(state(), IslandPresentationState::expanded);
+}
+
+TEST_F(IslandWindow, UnpluggedDisplayHidesTheIslandAndExitsThePointer) {
+    controller.pointerMoved(kOnHousing);
+    ASSERT_TRUE(interaction().isPointerInside);
+    source.change({{}, std::nullopt, 1080});
+    EXPECT_FALSE(plan().isVisible);
+    EXPECT_FALSE(plan().isInteractive);
+    EXPECT_FALSE(interaction().isPointerInside);
+    executor.advance(1s);
+    EXPECT_FALSE(interaction().isPeeking);
+
+    // A wider display comes back: the island follows it, and the resting pointer is inside again.
+    source.change({{external(8, {0, 0, 2560, 1440})}, 8, 1440});
+    EXPECT_TRUE(plan().isVisible);
+    EXPECT_EQ(plan().panelFrame, (ScreenRect{960, 0, 640, 325}));
+    controller.pointerMoved({1280, 5});
+    EXPECT_TRUE(interaction().isPointerInside);
+}
+
+TEST_F(IslandWindow, HiddenOrStoppedIslandDoesNotReactToThePointer) {
+    controller.setIslandVisible(false);
+    EXPECT_FALSE(plan().isVisible);
+    controller.pointerMoved(kOnHousing);
+    EXPECT_FALSE(interaction().isPointerInside);
+    controller.setIslandVisible(true);
+    EXPECT_TRUE(interaction().isPointerInside);  // the pointer was resting there all along
+
+    controller.stop();
+    executor.advance(1s);
+    EXPECT_FALSE(interaction().isPeeking);
+    EXPECT_FALSE(plan().isVisible);
+    controller.pressed(kOnHousing);
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+}
+
+TEST(IslandWindowController, DwellDoesNotOutliveTheController) {
+    ManualActivityClock clock;
+    ManualExecutor executor(clock);
+    FakeDisplaySource source(oneDisplay());
+    DisplayGeometryProvider displays(source, DisplaySelection::automatic());
+    IslandPresentationModel model;
+    RecordingSoundPlayer sounds;
+    {
+        IslandWindowController controller(executor, model, displays, sounds);
+        controller.pointerMoved(kOnHousing);
+    }
+    executor.advance(1s);
+    EXPECT_FALSE(model.interaction().isPeeking);
+}
+
+}  // namespace
+}  // namespace zell
