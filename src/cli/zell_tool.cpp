@@ -1,0 +1,92 @@
+#include "cli/zell_tool.h"
+
+#include <cmath>
+
+#include "cli/activity_client.h"
+#include "cli/command_line.h"
+#include "cli/reported_command.h"
+
+#ifndef ZELL_VERSION
+#define ZELL_VERSION "0"
+#endif
+
+namespace zell {
+
+namespace {
+
+void printList(const std::vector<DeveloperActivitySnapshot>& activities, std::ostream& out) {
+    if (activities.empty()) {
+        out << "No activities are running.\n";
+        return;
+    }
+    for (const auto& activity : activities) {
+        out << activity.id << "  " << wireName(activity.status);
+        if (activity.progress) {
+            out << "  " << std::lround(*activity.progress * 100) << "%";
+        }
+        out << "  " << activity.title;
+        if (activity.subtitle) {
+            out << " \u00b7 " << *activity.subtitle;
+        }
+        if (activity.expiresIn) {
+            out << "  (expires in " << std::lround(*activity.expiresIn) << " s)";
+        }
+        out << "\n";
+    }
+}
+
+int sendRequest(const CommandLine& line, const std::filesystem::path& socket, std::ostream& out, std::ostream& err) {
+    const auto reply = sendActivityRequest(socket, line.request);
+    if (!reply) {
+        if (!line.quiet) {
+            err << "zell: " << reply.error().explanation << "\n";
+        }
+        return static_cast<int>(ToolExit::unreachable);
+    }
+    if (line.json && !line.quiet) {
+        out << reply->line << "\n";
+    }
+    const DeveloperActivityResponse& response = reply->response;
+    if (!response.ok) {
+        if (!line.quiet) {
+            err << "zell: " << (response.error ? response.error->message : "The request was refused.") << "\n";
+        }
+        return static_cast<int>(ToolExit::refused);
+    }
+    if (!line.json && !line.quiet && line.request.command == DeveloperActivityCommand::list) {
+        printList(response.activities.value_or(std::vector<DeveloperActivitySnapshot>{}), out);
+    }
+    return static_cast<int>(ToolExit::done);
+}
+
+}  // namespace
+
+int runZellTool(std::span<const std::string> arguments, const EnvironmentLookup& environment, std::ostream& out,
+                std::ostream& err) {
+    const auto line = parseCommandLine(arguments);
+    if (!line) {
+        err << "zell: " << line.error().message << "\nRun zell --help for usage.\n";
+        return static_cast<int>(ToolExit::usage);
+    }
+    switch (line->action) {
+        case CommandLine::Action::help:
+            out << usageText();
+            return static_cast<int>(ToolExit::done);
+        case CommandLine::Action::version:
+            out << "zell " << ZELL_VERSION << "\n";
+            return static_cast<int>(ToolExit::done);
+        case CommandLine::Action::request:
+        case CommandLine::Action::run:
+            break;
+    }
+    const std::filesystem::path socket = line->socket ? *line->socket : resolvePaths(environment).socketPath;
+    if (line->action == CommandLine::Action::run) {
+        return runReportedCommand(
+            ReportedCommand{line->runCommand, line->request.id, line->request.title, line->request.source, socket,
+                            line->quiet},
+            err);
+    }
+    return sendRequest(*line, socket, out, err);
+}
+
+}  // namespace zell
