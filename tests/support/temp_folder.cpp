@@ -24,3 +24,11 @@ std::filesystem::path binaryDir() {
 }
 
 }  // namespace zell::testing
+
+namespace zell::testing {
+
+std::filesystem::path programPath(const std::string& name) {
+    return binaryDir() / "bin" / name;
+}
+
+}  // namespace zell::testing

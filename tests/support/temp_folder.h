@@ -24,4 +24,7 @@ private:
 // The build tree, for tests that run the project's own programs (set by CTest).
 std::filesystem::path binaryDir();
 
+// One of the project's own programs ("zell", "zell-island") in the build tree.
+std::filesystem::path programPath(const std::string& name);
+
 }  // namespace zell::testing

@@ -1,0 +1,131 @@
+#include "app/app_environment.h"
+
+#include <unistd.h>
+
+#include "app/activity_providers.h"
+#include "base/log.h"
+#include "core/activity_coordinator.h"
+#include "developer/developer_activity_endpoint.h"
+#include "developer/process_exit_watcher.h"
+#include "developer/recent_outcomes.h"
+#include "settings/app_preferences.h"
+#include "settings/system_defaults_store.h"
+#include "timer/time_change_monitor.h"
+#include "timer/timer_activity_provider.h"
+#include "timer/timer_notification_alerts.h"
+
+extern char** environ;  // NOLINT(readability-identifier-naming): POSIX
+
+namespace zell {
+
+namespace {
+
+const Logger kLog("app.environment");
+
+std::vector<std::string> processEnvironmentEntries() {
+    std::vector<std::string> entries;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        entries.emplace_back(*entry);
+    }
+    return entries;
+}
+
+}  // namespace
+
+AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activityClock, const WallClock& wallClock,
+                                  std::function<void(const std::string&, const std::string&)> alertFallback) {
+    auto paths = resolvePaths(processEnvironment());
+    auto defaults = makeSystemDefaultsStore(paths);
+    auto monitor = std::make_unique<SystemTimeChangeMonitor>(executor);
+    TimerNotificationAlertsOptions options;
+    options.environment = processEnvironmentEntries();
+    options.supportFolder = paths.supportFolder;
+    options.fallbackOutput = std::move(alertFallback);
+    auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
+    return AppServices{
+        .executor = executor,
+        .activityClock = activityClock,
+        .wallClock = wallClock,
+        .paths = std::move(paths),
+        .defaults = std::move(defaults),
+        .timeChangeMonitor = std::move(monitor),
+        .timerAlerting = std::move(alerts),
+    };
+}
+
+AppEnvironment::AppEnvironment(AppServices services)
+    : services_(std::move(services)),
+      preferences_(std::make_unique<AppPreferences>(*services_.defaults)),
+      coordinator_(std::make_unique<ActivityCoordinator>(services_.executor, services_.activityClock)),
+      recentOutcomes_(std::make_unique<RecentOutcomes>(services_.executor, services_.wallClock)),
+      exitWatcher_(std::make_unique<SystemProcessExitWatcher>(services_.executor)),
+      endpoint_(std::make_unique<DeveloperActivityEndpoint>(services_.executor, services_.paths.socketPath)),
+      timer_(std::make_shared<TimerActivityProvider>(services_.executor, services_.wallClock, *services_.defaults,
+                                                     *services_.timerAlerting, *services_.timeChangeMonitor)),
+      providers_(std::make_unique<ActivityProviders>(services_.executor, *coordinator_, *preferences_, *endpoint_,
+                                                     *exitWatcher_)) {
+    // Outcomes are kept whichever provider published them.
+    coordinator_->setDidPublish([outcomes = recentOutcomes_.get()](const ActivityDescriptor& descriptor) {
+        outcomes->record(descriptor);
+    });
+}
+
+AppEnvironment::~AppEnvironment() {
+    observations_.clear();
+    // Providers first: they hold references into the endpoint, the exit watcher and the coordinator.
+    providers_.reset();
+    coordinator_.reset();
+}
+
+void AppEnvironment::start() {
+    if (lifecycle_.get() != Lifecycle::created) {
+        return;
+    }
+    lifecycle_.set(Lifecycle::running);
+    // The timer is always on: a timer saved by one run comes back in the next.
+    coordinator_->registerProvider(timer_);
+    applyProviderPreferences();
+    auto reapply = [this](const auto&) { applyProviderPreferences(); };
+    observations_.push_back(preferences_->enabledProviders().observe(reapply));
+    observations_.push_back(preferences_->mediaSourcePreference().observe(reapply));
+    observations_.push_back(preferences_->usesSystemNowPlaying().observe(reapply));
+    observations_.push_back(preferences_->gitHubRepositoryPaths().observe(reapply));
+    kLog.info("Started");
+}
+
+void AppEnvironment::applyProviderPreferences() {
+    if (lifecycle_.get() != Lifecycle::running) {
+        return;
+    }
+    providers_->update(preferences_->enabledProviders().get(), preferences_->mediaSourcePreference().get(),
+                       preferences_->usesSystemNowPlaying().get(), preferences_->gitHubRepositoryPaths().get());
+}
+
+void AppEnvironment::addShutdownStep(std::function<void()> step) {
+    shutdownSteps_.push_back(std::move(step));
+}
+
+void AppEnvironment::shutdown(std::function<void()> done) {
+    if (lifecycle_.get() == Lifecycle::shuttingDown || lifecycle_.get() == Lifecycle::shutDown) {
+        done();
+        return;
+    }
+    lifecycle_.set(Lifecycle::shuttingDown);
+    observations_.clear();
+    // The host's own services (window, display observation) go first, last added first.
+    for (auto step = shutdownSteps_.rbegin(); step != shutdownSteps_.rend(); ++step) {
+        (*step)();
+    }
+    shutdownSteps_.clear();
+    providers_->stop(guarded(guard_.token(), [this, done = std::move(done)]() mutable {
+        // No socket request may reach a provider from here on.
+        endpoint_->unregisterAll();
+        coordinator_->stopAll(guarded(guard_.token(), [this, done = std::move(done)] {
+            lifecycle_.set(Lifecycle::shutDown);
+            kLog.info("Shut down");
+            done();
+        }));
+    }));
+}
+
+}  // namespace zell

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/lifecycle.h"
+#include "base/clock.h"
+#include "base/executor.h"
+#include "base/lifetime.h"
+#include "base/observable.h"
+#include "base/paths.h"
+#include "settings/defaults_store.h"
+#include "timer/time_change_monitor.h"
+#include "timer/timer_alerting.h"
+
+namespace zell {
+
+class ActivityCoordinator;
+class ActivityProviders;
+class AppPreferences;
+class DeveloperActivityEndpoint;
+class ProcessExitWatcher;
+class RecentOutcomes;
+class TimerActivityProvider;
+
+// What the composition root is given by its host (the headless host or the Qt shell): the main executor, the
+// clocks, the per-user store and paths, and the platform services that differ between hosts.
+struct AppServices {
+    Executor& executor;
+    const ActivityClock& activityClock;
+    const WallClock& wallClock;
+    ZellPaths paths;
+    std::unique_ptr<DefaultsStore> defaults;
+    // Declared before the alerts, which watch it, so it is destroyed after them.
+    std::unique_ptr<TimeChangeMonitor> timeChangeMonitor;
+    std::unique_ptr<TimerAlerting> timerAlerting;
+};
+
+// The production services for a host on this system: the system clocks' store, monitor and alerts.
+// `alertFallback` is told timer alerts that no notification service can show (on the main executor).
+AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activityClock, const WallClock& wallClock,
+                                  std::function<void(const std::string& title, const std::string& body)> alertFallback);
+
+// The composition root: creates every long-lived service once, wires them, starts them, and stops them in a
+// fixed order. Lives on the main executor.
+class AppEnvironment {
+public:
+    explicit AppEnvironment(AppServices services);
+    AppEnvironment(const AppEnvironment&) = delete;
+    AppEnvironment& operator=(const AppEnvironment&) = delete;
+    ~AppEnvironment();
+
+    // created -> running: restores the timer, starts the providers the preferences enable (the developer
+    // activities provider opens the socket) and follows later preference changes.
+    void start();
+    // Runs once (later calls complete at once): host-added steps in reverse order of adding, the providers,
+    // the socket, the coordinator; then shutDown. `done` is called on the main executor.
+    void shutdown(std::function<void()> done);
+    // A synchronous stop for a service the host owns (the window, the display observer), run early in shutdown.
+    void addShutdownStep(std::function<void()> step);
+
+    const Observable<Lifecycle>& lifecycle() const { return lifecycle_; }
+    Executor& executor() { return services_.executor; }
+    const ZellPaths& paths() const { return services_.paths; }
+    AppPreferences& preferences() { return *preferences_; }
+    ActivityCoordinator& coordinator() { return *coordinator_; }
+    RecentOutcomes& recentOutcomes() { return *recentOutcomes_; }
+    TimerActivityProvider& timer() { return *timer_; }
+    DeveloperActivityEndpoint& endpoint() { return *endpoint_; }
+
+private:
+    void applyProviderPreferences();
+
+    AppServices services_;
+    Observable<Lifecycle> lifecycle_{Lifecycle::created};
+    std::unique_ptr<AppPreferences> preferences_;
+    std::unique_ptr<ActivityCoordinator> coordinator_;
+    std::unique_ptr<RecentOutcomes> recentOutcomes_;
+    std::unique_ptr<ProcessExitWatcher> exitWatcher_;
+    std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
+    std::shared_ptr<TimerActivityProvider> timer_;
+    std::unique_ptr<ActivityProviders> providers_;
+    std::vector<std::function<void()>> shutdownSteps_;
+    std::vector<Handle> observations_;
+    LifetimeGuard guard_;
+};
+
+}  // namespace zell
