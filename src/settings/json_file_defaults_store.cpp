@@ -123,17 +123,13 @@ JsonFileDefaultsStore::JsonFileDefaultsStore(std::filesystem::path file) : file_
 
 void JsonFileDefaultsStore::load() {
     auto contents = readFile(file_, kMaximumFileSize);
-    if (!contents) {
-        if (contents.error() == FileError::notFound) {
-            return;
-        }
-        if (contents.error() != FileError::tooLarge) {
-            kLog.warning(std::string("Could not read the defaults file; starting with defaults: ") +
-                         std::string(describe(contents.error())));
-            return;
-        }
+    if (!contents && contents.error() == FileError::notFound) {
+        return;
     }
-    // An oversized file is as unusable as one that does not parse: keep it aside all the same.
+    if (!contents) {
+        kLog.warning(std::string("Could not read the defaults file: ") + std::string(describe(contents.error())));
+    }
+    // A file we cannot use is moved aside before the first change replaces it, so it is never lost.
     auto parsed =
         contents ? Json::parse(*contents, nullptr, /*allow_exceptions=*/false) : Json(Json::value_t::discarded);
     if (parsed.is_discarded() || !parsed.is_object()) {

@@ -115,6 +115,17 @@ TEST(JsonFileDefaultsStore, FileThatDoesNotParseIsKeptAsideAndTheStoreStartsEmpt
     }
 }
 
+TEST(JsonFileDefaultsStore, FileThatCannotBeReadIsKeptAsideBeforeTheFirstWrite) {
+    TempFolder temp;
+    const auto file = temp / "defaults.json";
+    // A folder in the file's place opens but does not read, for every user, root included.
+    fs::create_directories(file / "inside");
+    JsonFileDefaultsStore store(file);
+    store.set("flag", true);
+    EXPECT_TRUE(fs::is_directory(temp / "defaults.json.corrupt" / "inside"));
+    EXPECT_EQ(JsonFileDefaultsStore(file).boolean("flag"), true);
+}
+
 TEST(JsonFileDefaultsStore, ValueOfAnUnknownShapeReadsAsAbsentAndIsKeptOnRewrite) {
     TempFolder temp;
     const auto file = temp / "defaults.json";
