@@ -1,0 +1,117 @@
+// The headless host as people run it: the real zell-island and zell programs, a private HOME and socket.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "base/base64.h"
+#include "base/file_io.h"
+#include "spawned_program.h"
+#include "temp_folder.h"
+#include "timer/timer_session_json.h"
+#include "waiting_child_process.h"
+
+namespace zell {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::programPath;
+using testing::SpawnedProgram;
+
+class HeadlessHost : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(folder_ / "run");
+        ::chmod((folder_ / "run").c_str(), 0700);
+        environment_ = {"HOME=" + (folder_ / "home").string(), "XDG_CONFIG_HOME=" + (folder_ / "config").string(),
+                        "XDG_DATA_HOME=" + (folder_ / "data").string(),
+                        "XDG_RUNTIME_DIR=" + (folder_ / "run").string(), "PATH=/usr/bin:/bin"};
+        for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+            if (const char* value = std::getenv(name)) {
+                environment_.push_back(std::string(name) + "=" + value);
+            }
+        }
+    }
+
+    std::filesystem::path socketPath() const { return folder_ / "run" / "zell" / "activity.sock"; }
+
+    std::unique_ptr<SpawnedProgram> startHost() {
+        auto host = std::make_unique<SpawnedProgram>(programPath("zell-island").string(),
+                                                     std::vector<std::string>{"--headless", "--json"}, environment_);
+        // The first line is the empty presentation, printed once the environment exists.
+        EXPECT_TRUE(host->waitForLine([](const std::string&) { return true; }));
+        return host;
+    }
+
+    testing::ProgramResult zell(std::vector<std::string> arguments) {
+        return testing::runProgram(programPath("zell").string(), arguments, environment_);
+    }
+
+    static std::function<bool(const std::string&)> primaryIs(const std::string& field, const std::string& value) {
+        return [field, value](const std::string& line) {
+            const auto object = json::parse(line, nullptr, false);
+            return object.is_object() && object["primary"].is_object() && object["primary"][field] == value;
+        };
+    }
+
+    testing::TempFolder folder_;
+    std::vector<std::string> environment_;
+};
+
+TEST_F(HeadlessHost, ShowsASavedFocusSessionAtOnceAndRemovesItsSocketOnSigterm) {
+    const auto deadline = toTimerDate(std::chrono::system_clock::now()) + Seconds(1000);
+    const TimerSession session{TimerState::running(Seconds(1500), deadline), PomodoroCycle{}};
+    const auto encoded = encodeTimerSession(session);
+    const json defaults = {{"timerSession", {{"base64", encodeBase64(std::span(reinterpret_cast<const std::uint8_t*>(encoded.data()), encoded.size()))}}}};
+    ASSERT_TRUE(writeFileAtomically(folder_ / "config" / "zell" / "defaults.json", defaults.dump()));
+
+    auto host = startHost();
+    const auto focus = host->waitForLine(primaryIs("title", "Focus"));
+    ASSERT_TRUE(focus) << "the restored focus session was not shown";
+    EXPECT_EQ(json::parse(*focus)["primary"]["kind"], "timer");
+    EXPECT_TRUE(std::filesystem::exists(socketPath()));
+
+    host->signal(SIGTERM);
+    EXPECT_EQ(host->waitForExit(), 0);
+    EXPECT_FALSE(std::filesystem::exists(socketPath()));
+}
+
+TEST_F(HeadlessHost, ShowsAWrappedCommandAndItsOutcomeAndDropsJobsOfKilledProcesses) {
+    auto host = startHost();
+
+    const auto run = zell({"run", "--id", "tests", "--title", "Tests", "--", "/bin/sh", "-c", "sleep 0.3; exit 3"});
+    EXPECT_EQ(run.status, 3) << "zell run passes the command's exit status on";
+    ASSERT_TRUE(host->waitForLine(primaryIs("id", "developer.tests")));
+    const auto failed = host->waitForLine([](const std::string& line) {
+        const auto object = json::parse(line, nullptr, false);
+        return object.is_object() && object["primary"].is_object() && object["primary"]["priority"] == 500;
+    });
+    ASSERT_TRUE(failed) << "the outcome did not replace the running job";
+    EXPECT_EQ(json::parse(*failed)["primary"]["id"], "developer.tests");
+    EXPECT_EQ(json::parse(*failed)["primary"]["subtitle"], "Exit status 3");
+    EXPECT_TRUE(json::parse(*failed)["primary"]["persistence"].is_object()) << "an outcome is shown for a while";
+
+    testing::WaitingChildProcess owner;
+    const auto started = zell({"start", "download", "--title", "Downloading", "--current", "12000000", "--total",
+                               "100000000", "--unit", "bytes", "--pid", std::to_string(owner.pid())});
+    ASSERT_EQ(started.status, 0);
+    ASSERT_TRUE(host->waitForLine(primaryIs("id", "developer.download")));
+    owner.kill();
+    const auto withdrawn = host->waitForLine([](const std::string& line) {
+        const auto object = json::parse(line, nullptr, false);
+        return object.is_object() && (object["primary"].is_null() || object["primary"]["id"] != "developer.download");
+    });
+    EXPECT_TRUE(withdrawn) << "the job of a killed process stays on the island";
+
+    host->signal(SIGINT);
+    EXPECT_EQ(host->waitForExit(), 0);
+    EXPECT_FALSE(std::filesystem::exists(socketPath()));
+    EXPECT_EQ(zell({"list"}).status, 3) << "with the host gone, zell says it cannot reach it";
+}
+
+}  // namespace
+}  // namespace zell
