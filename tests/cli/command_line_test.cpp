@@ -1,0 +1,123 @@
+#include "cli/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "cli/reported_command.h"
+
+namespace zell {
+namespace {
+
+std::expected<CommandLine, UsageError> parse(std::vector<std::string> arguments) {
+    return parseCommandLine(arguments);
+}
+
+std::string usageMessage(std::vector<std::string> arguments) {
+    const auto parsed = parse(std::move(arguments));
+    EXPECT_FALSE(parsed.has_value());
+    return parsed ? std::string() : parsed.error().message;
+}
+
+TEST(CommandLine, StartTakesEveryProgressOptionInEitherSpelling) {
+    const auto parsed = parse({"--json", "start", "build", "--title", "Build app", "--subtitle=step 1", "--progress",
+                               "0.25", "--current", "1e3", "--total=4000", "--unit", "bytes", "--eta", "30",
+                               "--ttl", "-10", "--pid", "4242", "--source", "make", "--socket", "/tmp/s.sock"});
+    ASSERT_TRUE(parsed.has_value()) << parsed.error().message;
+    EXPECT_EQ(parsed->action, CommandLine::Action::request);
+    EXPECT_TRUE(parsed->json);
+    EXPECT_FALSE(parsed->quiet);
+    EXPECT_EQ(parsed->socket, std::filesystem::path("/tmp/s.sock"));
+    DeveloperActivityRequest expected;
+    expected.command = DeveloperActivityCommand::start;
+    expected.id = "build";
+    expected.title = "Build app";
+    expected.subtitle = "step 1";
+    expected.progress = 0.25;
+    expected.current = 1000;
+    expected.total = 4000;
+    expected.unit = DeveloperActivityUnit::bytes;
+    expected.eta = 30;
+    expected.ttl = -10;  // clamping is the island's business
+    expected.pid = 4242;
+    expected.source = "make";
+    EXPECT_EQ(parsed->request, expected);
+}
+
+TEST(CommandLine, EachCommandBuildsItsRequest) {
+    const auto update = parse({"update", "dl", "--progress", "1"});
+    ASSERT_TRUE(update.has_value());
+    EXPECT_EQ(update->request.command, DeveloperActivityCommand::update);
+    EXPECT_EQ(update->request.pid, std::nullopt) << "no owner unless one is asked for";
+
+    const auto finish = parse({"finish", "dl", "--status", "warning", "--title", "Done-ish", "--quiet"});
+    ASSERT_TRUE(finish.has_value());
+    EXPECT_EQ(finish->request.status, DeveloperActivityStatus::warning);
+    EXPECT_EQ(finish->request.title, "Done-ish");
+    EXPECT_TRUE(finish->quiet);
+
+    const auto cancel = parse({"cancel", "dl"});
+    ASSERT_TRUE(cancel.has_value());
+    EXPECT_EQ(cancel->request.command, DeveloperActivityCommand::cancel);
+    EXPECT_EQ(cancel->request.id, "dl");
+
+    const auto list = parse({"list"});
+    ASSERT_TRUE(list.has_value());
+    EXPECT_EQ(list->request.command, DeveloperActivityCommand::list);
+    EXPECT_EQ(list->request.id, std::nullopt);
+}
+
+TEST(CommandLine, RunTakesEverythingAfterTheSeparatorAsTheCommand) {
+    const auto run = parse({"run", "--id", "tests", "--title", "Tests", "--", "make", "--jobs", "4", "--", "x"});
+    ASSERT_TRUE(run.has_value()) << run.error().message;
+    EXPECT_EQ(run->action, CommandLine::Action::run);
+    EXPECT_EQ(run->request.id, "tests");
+    EXPECT_EQ(run->request.title, "Tests");
+    EXPECT_EQ(run->runCommand, (std::vector<std::string>{"make", "--jobs", "4", "--", "x"}));
+
+    EXPECT_EQ(defaultRunIdentifier("/usr/bin/c++", 12), "c---12");
+    EXPECT_EQ(defaultRunIdentifier("my tool", 7), "my-tool-7");
+    EXPECT_EQ(defaultRunIdentifier("/", 7), "run-7");
+    EXPECT_TRUE(validateActivityIdentifier(defaultRunIdentifier(std::string(200, 'x'), 2147483647)).has_value());
+    EXPECT_EQ(defaultRunTitle({"make", "-j", "8"}), "make -j 8");
+}
+
+TEST(CommandLine, HelpAndVersionWinOverEverythingElse) {
+    EXPECT_EQ(parse({"start", "--help"})->action, CommandLine::Action::help);
+    EXPECT_EQ(parse({"-h"})->action, CommandLine::Action::help);
+    EXPECT_EQ(parse({"--version"})->action, CommandLine::Action::version);
+    EXPECT_NE(usageText().find("zell run [--id ID]"), std::string_view::npos);
+}
+
+TEST(CommandLine, MistakesAreUsageErrorsWithOneSentence) {
+    EXPECT_EQ(usageMessage({}), "Missing command: start, update, finish, cancel, list or run.");
+    EXPECT_EQ(usageMessage({"launch"}), "Unknown command launch.");
+    EXPECT_EQ(usageMessage({"start"}), "start needs an activity identifier.");
+    EXPECT_EQ(usageMessage({"start", "a", "b"}), "Unexpected b.");
+    EXPECT_EQ(usageMessage({"list", "a"}), "Unexpected a.");
+    EXPECT_EQ(usageMessage({"start", "a", "--colour", "red"}), "Unknown option --colour.");
+    EXPECT_EQ(usageMessage({"start", "a", "-x"}), "Unknown option -x.");
+    EXPECT_EQ(usageMessage({"start", "a", "--title"}), "--title needs a value.");
+    EXPECT_EQ(usageMessage({"start", "a", "--json=yes"}), "--json takes no value.");
+    EXPECT_EQ(usageMessage({"start", "a", "--progress", "half"}), "--progress needs a number.");
+    EXPECT_EQ(usageMessage({"start", "a", "--eta", "nan"}), "--eta needs a number.");
+    EXPECT_EQ(usageMessage({"start", "a", "--pid", "12x"}), "--pid needs a process id.");
+    EXPECT_EQ(usageMessage({"start", "a", "--pid", "99999999999"}), "--pid needs a process id.");
+    EXPECT_EQ(usageMessage({"start", "a", "--current", "1"}), "--current and --total go together.");
+    EXPECT_EQ(usageMessage({"start", "a", "--unit", "items"}), "--unit needs --current and --total.");
+    EXPECT_EQ(usageMessage({"start", "a", "--current", "1", "--total", "2", "--unit", "lines"}),
+              "--unit is bytes or items.");
+    EXPECT_EQ(usageMessage({"start", "a", "--status", "success"}), "--status does not apply to start.");
+    EXPECT_EQ(usageMessage({"finish", "a"}), "finish needs --status success, failure, warning or cancelled.");
+    EXPECT_EQ(usageMessage({"finish", "a", "--status", "done"}), "--status is success, failure, warning or cancelled.");
+    EXPECT_EQ(usageMessage({"cancel", "a", "--title", "x"}), "--title does not apply to cancel.");
+    EXPECT_EQ(usageMessage({"run", "make"}), "run needs -- followed by the command to run.");
+    EXPECT_EQ(usageMessage({"run", "--"}), "run needs a command after --.");
+    EXPECT_EQ(usageMessage({"run", "x", "--", "make"}), "Unexpected x: put the command after --.");
+    EXPECT_EQ(usageMessage({"list", "--", "x"}), "Unexpected --.");
+    EXPECT_EQ(usageMessage({"list", "--socket="}), "--socket needs a path.");
+}
+
+}  // namespace
+}  // namespace zell

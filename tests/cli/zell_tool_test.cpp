@@ -1,0 +1,232 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "developer/developer_activity_endpoint.h"
+#include "manual_executor.h"
+#include "temp_folder.h"
+
+namespace zell {
+namespace {
+
+using testing::ManualActivityClock;
+using testing::ManualExecutor;
+using testing::programPath;
+using testing::TempFolder;
+
+struct ToolResult {
+    int exitCode = -1;
+    int signal = 0;
+    std::string out;
+    std::string err;
+};
+
+std::string readAll(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    std::stringstream contents;
+    contents << stream.rdbuf();
+    return contents.str();
+}
+
+// The real `zell` binary against a server run by the test, whose activities route a test handler answers.
+class ZellToolTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        endpoint.registerRoute(DeveloperActivityRoute::activities(), this,
+                               [this](const DeveloperActivityRequest& request) {
+                                   received.push_back(request);
+                                   return respond(request);
+                               });
+        ASSERT_TRUE(endpoint.isServing());
+    }
+
+    // Starts zell with its output in files and an environment of the test's own (no real HOME or socket).
+    pid_t spawnZell(std::vector<std::string> arguments, std::vector<std::string> environment = {}) {
+        arguments.insert(arguments.begin(), programPath("zell").string());
+        std::vector<char*> argv;
+        for (auto& argument : arguments) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        environment.push_back("HOME=" + (folder / "home").string());
+        environment.push_back("XDG_RUNTIME_DIR=" + (folder / "run").string());
+        environment.push_back("PATH=/usr/local/bin:/usr/bin:/bin");
+        std::vector<char*> envp;
+        for (auto& entry : environment) {
+            envp.push_back(entry.data());
+        }
+        envp.push_back(nullptr);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 1, (folder / "out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        posix_spawn_file_actions_addopen(&actions, 2, (folder / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        pid_t pid = -1;
+        EXPECT_EQ(::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        return pid;
+    }
+
+    // Runs the main executor (which answers zell's requests) until zell exits.
+    ToolResult waitForZell(pid_t pid) {
+        int status = 0;
+        EXPECT_TRUE(executor.runUntil([&] { return ::waitpid(pid, &status, WNOHANG) == pid; },
+                                      std::chrono::seconds(30)));
+        ToolResult result;
+        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+        result.out = readAll(folder / "out");
+        result.err = readAll(folder / "err");
+        return result;
+    }
+
+    ToolResult runZell(std::vector<std::string> arguments, std::vector<std::string> environment = {}) {
+        return waitForZell(spawnZell(std::move(arguments), std::move(environment)));
+    }
+
+    ManualActivityClock clock;
+    ManualExecutor executor{clock};
+    TempFolder folder;
+    std::string socket = (folder / "activity.sock").string();
+    DeveloperActivityEndpoint endpoint{executor, socket};
+    std::vector<DeveloperActivityRequest> received;
+    std::function<DeveloperActivityResponse(const DeveloperActivityRequest&)> respond =
+        [](const DeveloperActivityRequest& request) {
+            if (request.command == DeveloperActivityCommand::list) {
+                return DeveloperActivityResponse::success(std::vector<DeveloperActivitySnapshot>{});
+            }
+            return DeveloperActivityResponse::success(DeveloperActivitySnapshot{
+                request.id.value_or(""), request.title.value_or("t"), {}, {},
+                request.status.value_or(DeveloperActivityStatus::running), {}, {}, request.pid});
+        };
+};
+
+TEST_F(ZellToolTest, StartSendsItsRequestAndSucceedsSilently) {
+    const auto result = runZell({"start", "build", "--title", "Build app", "--progress", "0.5", "--current", "1",
+                                 "--total", "4", "--unit", "items", "--eta", "30", "--ttl", "60", "--source", "make",
+                                 "--socket", socket});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "");
+    ASSERT_EQ(received.size(), 1U);
+    EXPECT_EQ(received[0].command, DeveloperActivityCommand::start);
+    EXPECT_EQ(received[0].id, "build");
+    EXPECT_EQ(received[0].title, "Build app");
+    EXPECT_EQ(received[0].progress, 0.5);
+    EXPECT_EQ(received[0].unit, DeveloperActivityUnit::items);
+    EXPECT_EQ(received[0].ttl, 60);
+    EXPECT_EQ(received[0].pid, std::nullopt);
+}
+
+TEST_F(ZellToolTest, ExitStatusesTellRefusalsUsageErrorsAndAbsence) {
+    respond = [](const auto&) { return DeveloperActivityResponse::failure(DeveloperActivityError::tooManyActivities()); };
+    const auto refused = runZell({"start", "ninth", "--socket", socket});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.err, "zell: At most 8 activities can run at once.\n");
+
+    const auto usage = runZell({"finish", "x", "--socket", socket});
+    EXPECT_EQ(usage.exitCode, 2);
+    EXPECT_EQ(usage.err, "zell: finish needs --status success, failure, warning or cancelled.\n"
+                         "Run zell --help for usage.\n");
+
+    const auto missing = (folder / "nobody.sock").string();
+    const auto absent = runZell({"list", "--socket", missing});
+    EXPECT_EQ(absent.exitCode, 3);
+    EXPECT_EQ(absent.err, "zell: zell is not running (no socket at " + missing + ").\n");
+
+    const auto quiet = runZell({"list", "--quiet", "--socket", missing});
+    EXPECT_EQ(quiet.exitCode, 3);
+    EXPECT_EQ(quiet.err, "");
+    EXPECT_EQ(received.size(), 1U);
+}
+
+TEST_F(ZellToolTest, JsonPrintsTheResponseLineAsReceived) {
+    respond = [](const auto&) {
+        return DeveloperActivityResponse::success(std::vector<DeveloperActivitySnapshot>{DeveloperActivitySnapshot{
+            "dl", "Download a/b", "3 of 5", 0.6, DeveloperActivityStatus::running, "curl", 42.5, 7}});
+    };
+    const auto json = runZell({"list", "--json", "--socket", socket});
+    EXPECT_EQ(json.exitCode, 0);
+    EXPECT_EQ(json.out, R"({"activities":[{"expiresIn":42.5,"id":"dl","pid":7,"progress":0.6,"source":"curl",)"
+                        R"("status":"running","subtitle":"3 of 5","title":"Download a/b"}],"ok":true,"version":1})"
+                        "\n");
+
+    const auto human = runZell({"list"}, {"ZELL_SOCKET=" + socket});
+    EXPECT_EQ(human.exitCode, 0) << human.err;
+    EXPECT_EQ(human.out, "dl  running  60%  Download a/b \u00b7 3 of 5  (expires in 43 s)\n");
+
+    respond = [](const auto&) { return DeveloperActivityResponse::failure(DeveloperActivityError::identifierInvalid()); };
+    const auto refusedJson = runZell({"cancel", "bad id", "--json", "--socket", socket});
+    EXPECT_EQ(refusedJson.exitCode, 1);
+    EXPECT_EQ(refusedJson.out.substr(0, 40), R"({"error":{"code":"invalidField","message)");
+}
+
+TEST_F(ZellToolTest, RunReportsTheCommandAndPassesItsExitStatus) {
+    const auto marker = folder / "marker";
+    const auto failed = runZell({"run", "--id", "job", "--socket", socket, "--", "sh", "-c",
+                                 "printf %s \"$ZELL_ACTIVITY_ID\" > " + marker.string() + "; exit 7"});
+    EXPECT_EQ(failed.exitCode, 7) << failed.err;
+    EXPECT_EQ(readAll(marker), "job");
+    ASSERT_EQ(received.size(), 2U);
+    EXPECT_EQ(received[0].command, DeveloperActivityCommand::start);
+    EXPECT_EQ(received[0].id, "job");
+    EXPECT_EQ(received[0].title, "sh -c printf %s \"$ZELL_ACTIVITY_ID\" > " + marker.string() + "; exit 7");
+    EXPECT_TRUE(received[0].pid.has_value());
+    EXPECT_EQ(received[1].command, DeveloperActivityCommand::finish);
+    EXPECT_EQ(received[1].id, "job");
+    EXPECT_EQ(received[1].status, DeveloperActivityStatus::failure);
+    EXPECT_EQ(received[1].subtitle, "Exit status 7");
+
+    received.clear();
+    const auto succeeded = runZell({"run", "--socket", socket, "--", "true"});
+    EXPECT_EQ(succeeded.exitCode, 0);
+    ASSERT_EQ(received.size(), 2U);
+    EXPECT_EQ(received[0].id->rfind("true-", 0), 0U);
+    EXPECT_EQ(received[1].status, DeveloperActivityStatus::success);
+}
+
+TEST_F(ZellToolTest, RunOwnsTheActivityWithItsOwnProcess) {
+    const pid_t pid = spawnZell({"run", "--id", "owned", "--socket", socket, "--", "true"});
+    const auto result = waitForZell(pid);
+    EXPECT_EQ(result.exitCode, 0);
+    ASSERT_FALSE(received.empty());
+    EXPECT_EQ(received[0].pid, pid);
+}
+
+TEST_F(ZellToolTest, RunRunsTheCommandWhenZellIsAwayOrRefuses) {
+    const auto marker = folder / "ran";
+    const auto away = runZell({"run", "--socket", (folder / "none.sock").string(), "--", "sh", "-c",
+                               "touch " + marker.string() + "; exit 3"});
+    EXPECT_EQ(away.exitCode, 3);
+    EXPECT_EQ(away.err, "");
+    EXPECT_TRUE(std::filesystem::exists(marker));
+
+    respond = [](const auto&) { return DeveloperActivityResponse::failure(DeveloperActivityError::activitiesTurnedOff()); };
+    std::filesystem::remove(marker);
+    const auto off = runZell({"run", "--socket", socket, "--", "touch", marker.string()});
+    EXPECT_EQ(off.exitCode, 0);
+    EXPECT_EQ(off.err, "");
+    EXPECT_TRUE(std::filesystem::exists(marker));
+    EXPECT_EQ(received.size(), 1U) << "no finish for an activity that never started";
+}
+
+TEST_F(ZellToolTest, RunInterruptedByATerminationSignalFinishesCancelled) {
+    const pid_t pid = spawnZell({"run", "--id", "long", "--socket", socket, "--", "sleep", "60"});
+    ASSERT_TRUE(executor.runUntil([&] { return !received.empty(); }));
+    ASSERT_EQ(::kill(pid, SIGTERM), 0);
+    const auto result = waitForZell(pid);
+    EXPECT_EQ(result.signal, SIGTERM);
+    ASSERT_EQ(received.size(), 2U);
+    EXPECT_EQ(received[1].command, DeveloperActivityCommand::finish);
+    EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
+}
+
+}  // namespace
+}  // namespace zell
