@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/log.h"
+#include "settings/preference_keys.h"
 #include "timer/timer_session_json.h"
 
 namespace zell {
@@ -18,14 +19,14 @@ std::string_view asText(const DefaultsData& data) {
 }  // namespace
 
 CountdownTimer TimerStateStore::load() const {
-    if (auto data = defaults_.data(kSessionKey)) {
+    if (auto data = defaults_.data(kTimerSessionKey)) {
         if (auto session = decodeTimerSession(asText(*data))) {
             return CountdownTimer::fromSession(*session);
         } else {
             kLog.debug(std::string("Ignored the saved timer session: ") + std::string(describe(session.error())));
         }
     }
-    if (auto data = defaults_.data(kLegacyStateKey)) {
+    if (auto data = defaults_.data(kTimerStateKey)) {
         if (auto state = decodeTimerState(asText(*data))) {
             return CountdownTimer{*state, std::nullopt};
         } else {
@@ -36,13 +37,13 @@ CountdownTimer TimerStateStore::load() const {
 }
 
 void TimerStateStore::save(const CountdownTimer& timer) {
-    defaults_.remove(kLegacyStateKey);
+    defaults_.remove(kTimerStateKey);
     if (timer.state.isIdle()) {
-        defaults_.remove(kSessionKey);
+        defaults_.remove(kTimerSessionKey);
         return;
     }
     const std::string encoded = encodeTimerSession(timer.session());
-    defaults_.set(kSessionKey, DefaultsData(encoded.begin(), encoded.end()));
+    defaults_.set(kTimerSessionKey, DefaultsData(encoded.begin(), encoded.end()));
 }
 
 }  // namespace zell

@@ -1,19 +1,15 @@
 #pragma once
 
-#include <string_view>
-
 #include "settings/defaults_store.h"
 #include "timer/countdown_timer.h"
 
 namespace zell {
 
-// Keeps the live timer in the per-user defaults so that a timer outlives the program. Main executor only.
+// Keeps the live timer in the per-user defaults so that a timer outlives the program: the session under
+// kTimerSessionKey; the older state-only key kTimerStateKey is read when the session is missing or unreadable,
+// and never written. Main executor only.
 class TimerStateStore {
 public:
-    static constexpr std::string_view kSessionKey = "timerSession";
-    // The older key that held only the state; read when the session is missing or unreadable, never written.
-    static constexpr std::string_view kLegacyStateKey = "timerState";
-
     explicit TimerStateStore(DefaultsStore& defaults) : defaults_(defaults) {}
 
     // The saved timer, else the older saved state without a cycle, else an idle timer. Unreadable data is

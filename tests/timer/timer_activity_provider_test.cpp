@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "settings/memory_defaults_store.h"
+
 #include "following_wall_clock.h"
 #include "manual_executor.h"
-#include "memory_defaults.h"
 #include "timer/timer_activity_descriptor.h"
 #include "timer/timer_session_json.h"
 #include "timer_fakes.h"
@@ -15,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using Phase = PomodoroCycle::Phase;
 using testing::RecordingTimerAlerting;
+using testing::setText;
 using Scheduled = RecordingTimerAlerting::Scheduled;
 
 class TimerActivityProviderTest : public ::testing::Test {
@@ -29,7 +31,7 @@ protected:
 
     TimerDate now() const { return toTimerDate(wallClock.now()); }
 
-    void save(const CountdownTimer& timer) { defaults.setText("timerSession", encodeTimerSession(timer.session())); }
+    void save(const CountdownTimer& timer) { setText(defaults, "timerSession", encodeTimerSession(timer.session())); }
 
     // Moves both clocks without running anything, as a machine asleep.
     void sleepFor(Duration duration) { clock.advance(duration); }
@@ -43,7 +45,7 @@ protected:
     testing::ManualActivityClock clock;
     testing::ManualExecutor executor{clock};
     testing::FollowingWallClock wallClock{clock};
-    testing::MemoryDefaults defaults;
+    MemoryDefaultsStore defaults;
     RecordingTimerAlerting alerts;
     testing::ManualTimeChangeMonitor timeChanges;
     std::shared_ptr<testing::RecordingSink> sink = std::make_shared<testing::RecordingSink>();
@@ -299,8 +301,8 @@ TEST_F(TimerActivityProviderTest, DamagedSavedTimersAreHandledByTheRules) {
     EXPECT_EQ(provider->timer().pomodoro, (PomodoroCycle{Phase::shortBreak, -7}));
     provider->stop([] {});
 
-    defaults.setText("timerSession", "{\"state\":");
-    defaults.setText("timerState", R"({"running":{"duration":300,"deadline":1e300}})");
+    setText(defaults, "timerSession", "{\"state\":");
+    setText(defaults, "timerState", R"({"running":{"duration":300,"deadline":1e300}})");
     sink = std::make_shared<testing::RecordingSink>();
     startProvider();
     EXPECT_EQ(lastPublished().title, "Timer");

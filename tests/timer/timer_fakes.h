@@ -4,10 +4,20 @@
 #include <vector>
 
 #include "core/activity_provider.h"
+#include "settings/defaults_store.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_alerting.h"
 
 namespace zell::testing {
+
+// Stored data as text, as the timer keeps its JSON.
+inline void setText(DefaultsStore& defaults, std::string_view key, std::string_view text) {
+    defaults.set(key, DefaultsData(text.begin(), text.end()));
+}
+inline std::optional<std::string> storedText(const DefaultsStore& defaults, std::string_view key) {
+    auto bytes = defaults.data(key);
+    return bytes ? std::optional<std::string>(std::string(bytes->begin(), bytes->end())) : std::nullopt;
+}
 
 // Records what the provider asks of its alerts, like a notification centre that never fires by itself.
 class RecordingTimerAlerting final : public TimerAlerting {

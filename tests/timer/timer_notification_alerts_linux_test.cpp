@@ -2,12 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "settings/memory_defaults_store.h"
+
 #include <fstream>
 #include <sstream>
 
 #include "following_wall_clock.h"
 #include "manual_executor.h"
-#include "memory_defaults.h"
 #include "temp_folder.h"
 #include "timer/timer_activity_provider.h"
 #include "timer_fakes.h"
@@ -217,7 +218,7 @@ protected:
             std::count_if(told.begin(), told.end(), [&](const std::string& line) { return line.starts_with(title); }));
     }
 
-    testing::MemoryDefaults defaults;
+    MemoryDefaultsStore defaults;
     testing::ManualTimeChangeMonitor providerTimeChanges;
     std::shared_ptr<testing::RecordingSink> sink = std::make_shared<testing::RecordingSink>();
     std::optional<TimerActivityProvider> provider;

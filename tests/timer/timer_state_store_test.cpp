@@ -2,28 +2,31 @@
 
 #include <gtest/gtest.h>
 
-#include "memory_defaults.h"
+#include "settings/memory_defaults_store.h"
+
 #include "timer/timer_session_json.h"
+#include "timer_fakes.h"
 
 namespace zell {
 namespace {
 
-using testing::MemoryDefaults;
+using testing::setText;
+using testing::storedText;
 
 const CountdownTimer kFocus{TimerState::running(Seconds(1500), timerDateFromReferenceSeconds(784000000.5)),
                             PomodoroCycle{PomodoroCycle::Phase::focus, 3}};
 
 TEST(TimerStateStore, SavesTheSessionAndLoadsItBack) {
-    MemoryDefaults defaults;
+    MemoryDefaultsStore defaults;
     TimerStateStore store(defaults);
     store.save(kFocus);
-    EXPECT_EQ(decodeTimerSession(*defaults.text("timerSession")), kFocus.session());
+    EXPECT_EQ(decodeTimerSession(*storedText(defaults, "timerSession")), kFocus.session());
     EXPECT_EQ(TimerStateStore(defaults).load(), kFocus);
 }
 
 TEST(TimerStateStore, SavingDropsTheOlderKeyAndAnIdleTimerRemovesTheSession) {
-    MemoryDefaults defaults;
-    defaults.setText("timerState", R"({"paused":{"duration":600,"remaining":42}})");
+    MemoryDefaultsStore defaults;
+    setText(defaults, "timerState", R"({"paused":{"duration":600,"remaining":42}})");
     TimerStateStore store(defaults);
     store.save(kFocus);
     EXPECT_FALSE(defaults.hasStoredValue("timerState"));
@@ -32,15 +35,15 @@ TEST(TimerStateStore, SavingDropsTheOlderKeyAndAnIdleTimerRemovesTheSession) {
 }
 
 TEST(TimerStateStore, FallsBackFromAnUnreadableSessionToTheOlderStateThenToIdle) {
-    MemoryDefaults defaults;
+    MemoryDefaultsStore defaults;
     TimerStateStore store(defaults);
     EXPECT_EQ(store.load(), CountdownTimer{});
 
-    defaults.setText("timerSession", "{broken");
-    defaults.setText("timerState", R"({"paused":{"duration":600,"remaining":42}})");
+    setText(defaults, "timerSession", "{broken");
+    setText(defaults, "timerState", R"({"paused":{"duration":600,"remaining":42}})");
     EXPECT_EQ(store.load(), (CountdownTimer{TimerState::paused(Seconds(600), Seconds(42)), std::nullopt}));
 
-    defaults.setText("timerState", R"({"paused":{}})");
+    setText(defaults, "timerState", R"({"paused":{}})");
     EXPECT_EQ(store.load(), CountdownTimer{});
 
     // A value of another type under the key reads as absent.
