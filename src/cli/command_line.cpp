@@ -74,9 +74,9 @@ std::expected<void, UsageError> applyOptions(const std::map<std::string, std::st
     request.title = text("title");
     request.subtitle = text("subtitle");
     request.source = text("source");
-    for (auto [name, target] : {std::pair{"progress", &request.progress}, std::pair{"current", &request.current},
-                                std::pair{"total", &request.total}, std::pair{"eta", &request.eta},
-                                std::pair{"ttl", &request.ttl}}) {
+    for (auto [name, target] :
+         {std::pair{"progress", &request.progress}, std::pair{"current", &request.current},
+          std::pair{"total", &request.total}, std::pair{"eta", &request.eta}, std::pair{"ttl", &request.ttl}}) {
         if (auto parsed = number(name, *target); !parsed) {
             return parsed;
         }

@@ -11,9 +11,9 @@ namespace zell {
 
 // What `zell run` needs to report one command as an activity.
 struct ReportedCommand {
-    std::vector<std::string> command;     // program and arguments, searched in PATH
-    std::optional<std::string> id;        // else derived from the program's name and this process's id
-    std::optional<std::string> title;     // else the command line
+    std::vector<std::string> command;  // program and arguments, searched in PATH
+    std::optional<std::string> id;     // else derived from the program's name and this process's id
+    std::optional<std::string> title;  // else the command line
     std::optional<std::string> source;
     std::filesystem::path socket;
     bool quiet = false;

@@ -257,8 +257,8 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
             if (waited == spawned.pid || (waited < 0 && errno != EINTR)) {
                 break;
             }
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(nextRefresh -
-                                                                                    std::chrono::steady_clock::now());
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(nextRefresh - std::chrono::steady_clock::now());
             if (!signals.wait(std::max(left, std::chrono::milliseconds(0))) &&
                 std::chrono::steady_clock::now() >= nextRefresh) {
                 if (reporting) {

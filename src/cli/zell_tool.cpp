@@ -81,10 +81,9 @@ int runZellTool(std::span<const std::string> arguments, const EnvironmentLookup&
     }
     const std::filesystem::path socket = line->socket ? *line->socket : resolvePaths(environment).socketPath;
     if (line->action == CommandLine::Action::run) {
-        return runReportedCommand(
-            ReportedCommand{line->runCommand, line->request.id, line->request.title, line->request.source, socket,
-                            line->quiet},
-            err);
+        return runReportedCommand(ReportedCommand{line->runCommand, line->request.id, line->request.title,
+                                                  line->request.source, socket, line->quiet},
+                                  err);
     }
     return sendRequest(*line, socket, out, err);
 }

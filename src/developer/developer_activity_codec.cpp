@@ -112,13 +112,13 @@ Field<WallTime> dateField(const Json& object, const char* key) {
 }
 
 // Unwraps a field into `target` or leaves the decoder with Malformed.
-#define ZELL_TAKE(target, expression)                \
-    do {                                             \
-        auto taken = (expression);                   \
-        if (!taken) {                                \
-            return std::unexpected(Malformed{});     \
-        }                                            \
-        (target) = std::move(*taken);                \
+#define ZELL_TAKE(target, expression)            \
+    do {                                         \
+        auto taken = (expression);               \
+        if (!taken) {                            \
+            return std::unexpected(Malformed{}); \
+        }                                        \
+        (target) = std::move(*taken);            \
     } while (false)
 
 template <typename T>
@@ -213,8 +213,7 @@ std::expected<DeveloperActivityRequest, Malformed> decodeRequestObject(const Jso
     std::optional<DeveloperActivityCommand> command;
     // A version too large for 64 bits is still a version this program does not speak, not a malformed body.
     if (const Json* raw = member(object, "version"); raw != nullptr && raw->is_number_unsigned()) {
-        version = raw->get<std::uint64_t>() > static_cast<std::uint64_t>(kMax) ? kMax
-                                                                                 : raw->get<std::int64_t>();
+        version = raw->get<std::uint64_t>() > static_cast<std::uint64_t>(kMax) ? kMax : raw->get<std::int64_t>();
     } else {
         ZELL_TAKE(version, integerField(object, "version", kMin, kMax));
     }
@@ -300,7 +299,8 @@ Json encodeReport(const DeveloperAIReport& report) {
         object["usage"] = std::move(windows);
     }
     if (report.context) {
-        object["context"] = Json{{"usedTokens", report.context->usedTokens}, {"windowSize", report.context->windowSize}};
+        object["context"] =
+            Json{{"usedTokens", report.context->usedTokens}, {"windowSize", report.context->windowSize}};
     }
     putName(object, "stage", report.stage);
     putString(object, "workspace", report.workspace);

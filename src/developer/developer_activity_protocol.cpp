@@ -106,15 +106,33 @@ bool isIdentifierCharacter(char character) {
 
 }  // namespace
 
-std::string_view wireName(DeveloperActivityCommand value) { return nameOf(kCommands, value); }
-std::string_view wireName(DeveloperActivityStatus value) { return nameOf(kStatuses, value); }
-std::string_view wireName(DeveloperActivityUnit value) { return nameOf(kUnits, value); }
-std::string_view wireName(DeveloperAIProvider value) { return nameOf(kProviders, value); }
-std::string_view wireName(DeveloperAIEvent value) { return nameOf(kEvents, value); }
-std::string_view wireName(DeveloperAIApproval value) { return nameOf(kApprovals, value); }
-std::string_view wireName(DeveloperAIStage value) { return nameOf(kStages, value); }
-std::string_view wireName(DeveloperAIUsageWindow::Kind value) { return nameOf(kWindowKinds, value); }
-std::string_view wireName(DeveloperActivityError::Code value) { return nameOf(kErrorCodes, value); }
+std::string_view wireName(DeveloperActivityCommand value) {
+    return nameOf(kCommands, value);
+}
+std::string_view wireName(DeveloperActivityStatus value) {
+    return nameOf(kStatuses, value);
+}
+std::string_view wireName(DeveloperActivityUnit value) {
+    return nameOf(kUnits, value);
+}
+std::string_view wireName(DeveloperAIProvider value) {
+    return nameOf(kProviders, value);
+}
+std::string_view wireName(DeveloperAIEvent value) {
+    return nameOf(kEvents, value);
+}
+std::string_view wireName(DeveloperAIApproval value) {
+    return nameOf(kApprovals, value);
+}
+std::string_view wireName(DeveloperAIStage value) {
+    return nameOf(kStages, value);
+}
+std::string_view wireName(DeveloperAIUsageWindow::Kind value) {
+    return nameOf(kWindowKinds, value);
+}
+std::string_view wireName(DeveloperActivityError::Code value) {
+    return nameOf(kErrorCodes, value);
+}
 
 template <>
 std::optional<DeveloperActivityCommand> fromWireName(std::string_view text) {

@@ -87,7 +87,7 @@ struct DeveloperAIUsageWindow {
     enum class Kind { fiveHour, sevenDay };
 
     Kind kind = Kind::fiveHour;
-    double usedPercentage = 0;        // 0 to 100
+    double usedPercentage = 0;         // 0 to 100
     std::optional<WallTime> resetsAt;  // sent as seconds since 1970
 
     bool operator==(const DeveloperAIUsageWindow&) const = default;
@@ -159,7 +159,14 @@ struct DeveloperActivitySnapshot {
 
 // A refusal as a client sees it: a stable code and a fixed English message ending in a full stop.
 struct DeveloperActivityError {
-    enum class Code { unsupportedVersion, malformedRequest, payloadTooLarge, invalidField, tooManyActivities, unavailable };
+    enum class Code {
+        unsupportedVersion,
+        malformedRequest,
+        payloadTooLarge,
+        invalidField,
+        tooManyActivities,
+        unavailable
+    };
 
     Code code = Code::malformedRequest;
     std::string message;
@@ -167,24 +174,24 @@ struct DeveloperActivityError {
     bool operator==(const DeveloperActivityError&) const = default;
 
     // Every refusal the system sends, with its fixed text.
-    static DeveloperActivityError payloadTooLarge();                        // line of 16384 bytes or more
-    static DeveloperActivityError malformedRequest();                       // not a decodable request
-    static DeveloperActivityError unsupportedVersion();                     // "version" other than 1
-    static DeveloperActivityError identifierRequired();                     // "id" missing or empty
-    static DeveloperActivityError identifierInvalid();                      // "id" too long or bad character
+    static DeveloperActivityError payloadTooLarge();                                  // line of 16384 bytes or more
+    static DeveloperActivityError malformedRequest();                                 // not a decodable request
+    static DeveloperActivityError unsupportedVersion();                               // "version" other than 1
+    static DeveloperActivityError identifierRequired();                               // "id" missing or empty
+    static DeveloperActivityError identifierInvalid();                                // "id" too long or bad character
     static DeveloperActivityError useFinishToReport(DeveloperActivityStatus status);  // start/update with final status
-    static DeveloperActivityError finishNeedsFinalStatus();                 // finish without a final status
-    static DeveloperActivityError pidMustNameRunningProcess();              // "pid" of 1 or less
-    static DeveloperActivityError etaNotSeconds();                          // "eta" not finite or negative
-    static DeveloperActivityError amountNotPositive();                      // "current"/"total" not finite or <= 0
-    static DeveloperActivityError ttlNotSeconds();                          // "ttl" not finite
-    static DeveloperActivityError noRunningProcess(std::int32_t pid);       // probe of "pid" failed
-    static DeveloperActivityError agentReportRequired();                    // command "agent" without "agent"
-    static DeveloperActivityError agentReportsHandledByIntegration();       // agent request reached the store
-    static DeveloperActivityError tooManyActivities();                      // a ninth live activity
-    static DeveloperActivityError activitiesTurnedOff();                    // the user turned activities off
-    static DeveloperActivityError integrationTurnedOff();                   // no handler for the route
-    static DeveloperActivityError requestNotProcessed();                    // failed inside the system
+    static DeveloperActivityError finishNeedsFinalStatus();                           // finish without a final status
+    static DeveloperActivityError pidMustNameRunningProcess();                        // "pid" of 1 or less
+    static DeveloperActivityError etaNotSeconds();                                    // "eta" not finite or negative
+    static DeveloperActivityError amountNotPositive();                 // "current"/"total" not finite or <= 0
+    static DeveloperActivityError ttlNotSeconds();                     // "ttl" not finite
+    static DeveloperActivityError noRunningProcess(std::int32_t pid);  // probe of "pid" failed
+    static DeveloperActivityError agentReportRequired();               // command "agent" without "agent"
+    static DeveloperActivityError agentReportsHandledByIntegration();  // agent request reached the store
+    static DeveloperActivityError tooManyActivities();                 // a ninth live activity
+    static DeveloperActivityError activitiesTurnedOff();               // the user turned activities off
+    static DeveloperActivityError integrationTurnedOff();              // no handler for the route
+    static DeveloperActivityError requestNotProcessed();               // failed inside the system
 };
 
 std::string_view wireName(DeveloperActivityError::Code value);

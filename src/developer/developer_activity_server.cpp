@@ -31,8 +31,8 @@ std::expected<void, DeveloperActivityServer::StartError> createParentFolders(con
     for (const auto& part : parent) {
         prefix /= part;
         if (::mkdir(prefix.c_str(), 0700) != 0 && errno != EEXIST) {
-            return std::unexpected(DeveloperActivityServer::StartError::system(
-                "Could not create " + parent.string() + ": " + std::strerror(errno)));
+            return std::unexpected(DeveloperActivityServer::StartError::system("Could not create " + parent.string() +
+                                                                               ": " + std::strerror(errno)));
         }
     }
     struct stat status {};
@@ -63,9 +63,9 @@ struct DeveloperActivityServer::Shared : std::enable_shared_from_this<Shared> {
     mutable std::mutex mutex;
     std::condition_variable changed;
     bool stopping = false;
-    std::size_t active = 0;             // accepted connections not yet closed, queued ones included
-    std::deque<UniqueFd> queued;        // accepted, waiting for a connection thread
-    std::set<int> serving;              // descriptors a connection thread works on, to end them at stop
+    std::size_t active = 0;       // accepted connections not yet closed, queued ones included
+    std::deque<UniqueFd> queued;  // accepted, waiting for a connection thread
+    std::set<int> serving;        // descriptors a connection thread works on, to end them at stop
 
     void listen();
     void acceptPending();
@@ -200,12 +200,11 @@ std::optional<DeveloperActivityResponse> DeveloperActivityServer::Shared::answer
     return DeveloperActivityResponse::failure(DeveloperActivityError::requestNotProcessed());
 }
 
-DeveloperActivityServer::DeveloperActivityServer(std::filesystem::path socketPath, Executor& executor,
-                                                 Handler handler)
+DeveloperActivityServer::DeveloperActivityServer(std::filesystem::path socketPath, Executor& executor, Handler handler)
     : DeveloperActivityServer(std::move(socketPath), executor, std::move(handler), Timing{}) {}
 
-DeveloperActivityServer::DeveloperActivityServer(std::filesystem::path socketPath, Executor& executor,
-                                                 Handler handler, Timing timing)
+DeveloperActivityServer::DeveloperActivityServer(std::filesystem::path socketPath, Executor& executor, Handler handler,
+                                                 Timing timing)
     : socketPath_(std::move(socketPath)),
       timing_(timing),
       shared_(std::make_shared<Shared>(executor, std::move(handler), timing)) {

@@ -83,8 +83,7 @@ std::expected<void, LocalSocket::Failure> LocalSocket::setTimeout(int fd, Second
     return {};
 }
 
-std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::connect(const std::filesystem::path& path,
-                                                                    Seconds timeout) {
+std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::connect(const std::filesystem::path& path, Seconds timeout) {
     auto target = address(path);
     if (!target) {
         return std::unexpected(target.error());

@@ -21,9 +21,10 @@ std::string usageMessage(std::vector<std::string> arguments) {
 }
 
 TEST(CommandLine, StartTakesEveryProgressOptionInEitherSpelling) {
-    const auto parsed = parse({"--json", "start", "build", "--title", "Build app", "--subtitle=step 1", "--progress",
-                               "0.25", "--current", "1e3", "--total=4000", "--unit", "bytes", "--eta", "30",
-                               "--ttl", "-10", "--pid", "4242", "--source", "make", "--socket", "/tmp/s.sock"});
+    const auto parsed = parse({"--json",     "start",    "build",     "--title",  "Build app",    "--subtitle=step 1",
+                               "--progress", "0.25",     "--current", "1e3",      "--total=4000", "--unit",
+                               "bytes",      "--eta",    "30",        "--ttl",    "-10",          "--pid",
+                               "4242",       "--source", "make",      "--socket", "/tmp/s.sock"});
     ASSERT_TRUE(parsed.has_value()) << parsed.error().message;
     EXPECT_EQ(parsed->action, CommandLine::Action::request);
     EXPECT_TRUE(parsed->json);

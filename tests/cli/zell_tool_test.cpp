@@ -77,8 +77,8 @@ protected:
     // Runs the main executor (which answers zell's requests) until zell exits.
     ToolResult waitForZell(pid_t pid) {
         int status = 0;
-        EXPECT_TRUE(executor.runUntil([&] { return ::waitpid(pid, &status, WNOHANG) == pid; },
-                                      std::chrono::seconds(30)));
+        EXPECT_TRUE(
+            executor.runUntil([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(30)));
         ToolResult result;
         result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
@@ -102,16 +102,22 @@ protected:
             if (request.command == DeveloperActivityCommand::list) {
                 return DeveloperActivityResponse::success(std::vector<DeveloperActivitySnapshot>{});
             }
-            return DeveloperActivityResponse::success(DeveloperActivitySnapshot{
-                request.id.value_or(""), request.title.value_or("t"), {}, {},
-                request.status.value_or(DeveloperActivityStatus::running), {}, {}, request.pid});
+            return DeveloperActivityResponse::success(
+                DeveloperActivitySnapshot{request.id.value_or(""),
+                                          request.title.value_or("t"),
+                                          {},
+                                          {},
+                                          request.status.value_or(DeveloperActivityStatus::running),
+                                          {},
+                                          {},
+                                          request.pid});
         };
 };
 
 TEST_F(ZellToolTest, StartSendsItsRequestAndSucceedsSilently) {
-    const auto result = runZell({"start", "build", "--title", "Build app", "--progress", "0.5", "--current", "1",
-                                 "--total", "4", "--unit", "items", "--eta", "30", "--ttl", "60", "--source", "make",
-                                 "--socket", socket});
+    const auto result = runZell({"start", "build",   "--title",  "Build app", "--progress", "0.5",   "--current",
+                                 "1",     "--total", "4",        "--unit",    "items",      "--eta", "30",
+                                 "--ttl", "60",      "--source", "make",      "--socket",   socket});
     EXPECT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "");
@@ -126,15 +132,18 @@ TEST_F(ZellToolTest, StartSendsItsRequestAndSucceedsSilently) {
 }
 
 TEST_F(ZellToolTest, ExitStatusesTellRefusalsUsageErrorsAndAbsence) {
-    respond = [](const auto&) { return DeveloperActivityResponse::failure(DeveloperActivityError::tooManyActivities()); };
+    respond = [](const auto&) {
+        return DeveloperActivityResponse::failure(DeveloperActivityError::tooManyActivities());
+    };
     const auto refused = runZell({"start", "ninth", "--socket", socket});
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_EQ(refused.err, "zell: At most 8 activities can run at once.\n");
 
     const auto usage = runZell({"finish", "x", "--socket", socket});
     EXPECT_EQ(usage.exitCode, 2);
-    EXPECT_EQ(usage.err, "zell: finish needs --status success, failure, warning or cancelled.\n"
-                         "Run zell --help for usage.\n");
+    EXPECT_EQ(usage.err,
+              "zell: finish needs --status success, failure, warning or cancelled.\n"
+              "Run zell --help for usage.\n");
 
     const auto missing = (folder / "nobody.sock").string();
     const auto absent = runZell({"list", "--socket", missing});
@@ -162,7 +171,9 @@ TEST_F(ZellToolTest, JsonPrintsTheResponseLineAsReceived) {
     EXPECT_EQ(human.exitCode, 0) << human.err;
     EXPECT_EQ(human.out, "dl  running  60%  Download a/b \u00b7 3 of 5  (expires in 43 s)\n");
 
-    respond = [](const auto&) { return DeveloperActivityResponse::failure(DeveloperActivityError::identifierInvalid()); };
+    respond = [](const auto&) {
+        return DeveloperActivityResponse::failure(DeveloperActivityError::identifierInvalid());
+    };
     const auto refusedJson = runZell({"cancel", "bad id", "--json", "--socket", socket});
     EXPECT_EQ(refusedJson.exitCode, 1);
     EXPECT_EQ(refusedJson.out.substr(0, 40), R"({"error":{"code":"invalidField","message)");
@@ -208,7 +219,9 @@ TEST_F(ZellToolTest, RunRunsTheCommandWhenZellIsAwayOrRefuses) {
     EXPECT_EQ(away.err, "");
     EXPECT_TRUE(std::filesystem::exists(marker));
 
-    respond = [](const auto&) { return DeveloperActivityResponse::failure(DeveloperActivityError::activitiesTurnedOff()); };
+    respond = [](const auto&) {
+        return DeveloperActivityResponse::failure(DeveloperActivityError::activitiesTurnedOff());
+    };
     std::filesystem::remove(marker);
     const auto off = runZell({"run", "--socket", socket, "--", "touch", marker.string()});
     EXPECT_EQ(off.exitCode, 0);

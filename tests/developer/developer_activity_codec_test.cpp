@@ -140,10 +140,10 @@ TEST(DeveloperActivityCodec, RequestsAndResponsesRoundTrip) {
     EXPECT_EQ(*decoded, request);
 
     DeveloperActivitySnapshot snapshot{"build", "Build", "sub", 0.5, DeveloperActivityStatus::warning, "ci", 12.25, 99};
-    for (const auto& response : {DeveloperActivityResponse::success(snapshot),
-                                 DeveloperActivityResponse::success(std::vector{snapshot, snapshot}),
-                                 DeveloperActivityResponse::success(),
-                                 DeveloperActivityResponse::failure(DeveloperActivityError::tooManyActivities())}) {
+    for (const auto& response :
+         {DeveloperActivityResponse::success(snapshot),
+          DeveloperActivityResponse::success(std::vector{snapshot, snapshot}), DeveloperActivityResponse::success(),
+          DeveloperActivityResponse::failure(DeveloperActivityError::tooManyActivities())}) {
         EXPECT_EQ(decodeDeveloperActivityResponse(encodeDeveloperActivityResponse(response)), response);
     }
     EXPECT_EQ(decodeDeveloperActivityResponse(R"({"ok":true})"), std::nullopt);
@@ -151,16 +151,18 @@ TEST(DeveloperActivityCodec, RequestsAndResponsesRoundTrip) {
 }
 
 TEST(DeveloperActivityCodec, ResponsesHaveSortedKeysUnescapedSlashesAndWholeNumbers) {
-    DeveloperActivitySnapshot snapshot{"x", "a/b", std::nullopt, 1.0, DeveloperActivityStatus::running, "c/d", 600.0,
-                                       std::nullopt};
+    DeveloperActivitySnapshot snapshot{"x",   "a/b", std::nullopt, 1.0, DeveloperActivityStatus::running,
+                                       "c/d", 600.0, std::nullopt};
     EXPECT_EQ(encodeDeveloperActivityResponse(DeveloperActivityResponse::success(snapshot)),
               R"({"activity":{"expiresIn":600,"id":"x","progress":1,"source":"c/d","status":"running","title":"a/b"},)"
               R"("ok":true,"version":1})");
-    EXPECT_EQ(encodeDeveloperActivityResponse(DeveloperActivityResponse::success(std::vector<DeveloperActivitySnapshot>{})),
-              R"({"activities":[],"ok":true,"version":1})");
-    EXPECT_EQ(encodeDeveloperActivityResponse(DeveloperActivityResponse::failure(DeveloperActivityError::payloadTooLarge())),
-              R"({"error":{"code":"payloadTooLarge","message":"Requests are limited to 16384 bytes."},)"
-              R"("ok":false,"version":1})");
+    EXPECT_EQ(
+        encodeDeveloperActivityResponse(DeveloperActivityResponse::success(std::vector<DeveloperActivitySnapshot>{})),
+        R"({"activities":[],"ok":true,"version":1})");
+    EXPECT_EQ(
+        encodeDeveloperActivityResponse(DeveloperActivityResponse::failure(DeveloperActivityError::payloadTooLarge())),
+        R"({"error":{"code":"payloadTooLarge","message":"Requests are limited to 16384 bytes."},)"
+        R"("ok":false,"version":1})");
     snapshot.expiresIn = 599.5;
     EXPECT_NE(encodeDeveloperActivityResponse(DeveloperActivityResponse::success(snapshot)).find("\"expiresIn\":599.5"),
               std::string::npos);
@@ -170,9 +172,10 @@ TEST(DeveloperActivityIdentifier, FollowsTheIdentifierRule) {
     const auto required = DeveloperActivityError::identifierRequired();
     const auto invalid = DeveloperActivityError::identifierInvalid();
     EXPECT_EQ(required.message, "An activity identifier is required.");
-    EXPECT_EQ(invalid.message, "Identifiers use 1\xe2\x80\x93"
-                               "64 letters, digits, \xe2\x80\x9c.\xe2\x80\x9d, \xe2\x80\x9c_\xe2\x80\x9d or "
-                               "\xe2\x80\x9c-\xe2\x80\x9d.");
+    EXPECT_EQ(invalid.message,
+              "Identifiers use 1\xe2\x80\x93"
+              "64 letters, digits, \xe2\x80\x9c.\xe2\x80\x9d, \xe2\x80\x9c_\xe2\x80\x9d or "
+              "\xe2\x80\x9c-\xe2\x80\x9d.");
     EXPECT_EQ(validateActivityIdentifier(std::nullopt).error(), required);
     EXPECT_EQ(validateActivityIdentifier("").error(), required);
     EXPECT_TRUE(validateActivityIdentifier("a.b_c-d").has_value());

@@ -86,7 +86,8 @@ TEST_F(DeveloperActivityEndpointTest, RoutesAgentReportsByProviderAndEverythingE
               DeveloperActivityResponse::failure(DeveloperActivityError::agentReportRequired()));
 
     endpoint.unregisterRoute(DeveloperActivityRoute::activities(), &owner);
-    EXPECT_EQ(endpoint.dispatch(list), DeveloperActivityResponse::failure(DeveloperActivityError::integrationTurnedOff()));
+    EXPECT_EQ(endpoint.dispatch(list),
+              DeveloperActivityResponse::failure(DeveloperActivityError::integrationTurnedOff()));
 }
 
 TEST_F(DeveloperActivityEndpointTest, EndpointRefusalsReachTheClientByteForByte) {

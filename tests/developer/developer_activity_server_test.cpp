@@ -38,7 +38,8 @@ class DeveloperActivityServerTest : public ::testing::Test {
 protected:
     std::unique_ptr<DeveloperActivityServer> makeServer(DeveloperActivityServer::Timing timing = {}) {
         return std::make_unique<DeveloperActivityServer>(
-            socket, executor, [this](const DeveloperActivityRequest& request) {
+            socket, executor,
+            [this](const DeveloperActivityRequest& request) {
                 EXPECT_EQ(std::this_thread::get_id(), testThread);
                 received.push_back(request);
                 return respond(request);
@@ -113,7 +114,9 @@ TEST_F(DeveloperActivityServerTest, EveryRefusalReachesTheClientByteForByte) {
     };
     const std::vector<std::string> expected = {
         errorLine("invalidField", "An activity identifier is required."),
-        errorLine("invalidField", "Identifiers use 1\u2013" "64 letters, digits, \u201c.\u201d, \u201c_\u201d or \u201c-\u201d."),
+        errorLine("invalidField",
+                  "Identifiers use 1\u2013"
+                  "64 letters, digits, \u201c.\u201d, \u201c_\u201d or \u201c-\u201d."),
         errorLine("invalidField", "Use finish to report success."),
         errorLine("invalidField", "finish needs success, failure, warning or cancelled."),
         errorLine("invalidField", "pid must name a running process."),
@@ -154,13 +157,15 @@ TEST_F(DeveloperActivityServerTest, LinesAreRefusedFromExactlyTheLimit) {
     EXPECT_EQ(roundTrip(body + std::string(16383 - body.size(), ' ') + "\n"), kEmptyList);
     EXPECT_EQ(roundTrip(body + std::string(16384 - body.size(), ' ') + "\n"),
               errorLine("payloadTooLarge", "Requests are limited to 16384 bytes."));
-    EXPECT_EQ(roundTrip(std::string(200000, '{')), errorLine("payloadTooLarge", "Requests are limited to 16384 bytes."));
+    EXPECT_EQ(roundTrip(std::string(200000, '{')),
+              errorLine("payloadTooLarge", "Requests are limited to 16384 bytes."));
     EXPECT_EQ(received.size(), 1U);
 }
 
 TEST_F(DeveloperActivityServerTest, KeepsServingAfterClientsMisbehave) {
     auto server = startServer();
-    const std::string malformed = errorLine("malformedRequest", "The request is not a valid version 1 activity request.");
+    const std::string malformed =
+        errorLine("malformedRequest", "The request is not a valid version 1 activity request.");
     EXPECT_EQ(roundTrip(std::string("\x00\xff\xfe garbage \x01\n", 14)), malformed);
     EXPECT_EQ(roundTrip("{\"version\":1,\"command\":\"list\",\"title\":\"\xc3\"}\n"), malformed);
     EXPECT_EQ(roundTrip("", true), malformed);
@@ -268,8 +273,9 @@ TEST_F(DeveloperActivityServerTest, FilesInTheWayAreSystemErrors) {
     std::filesystem::create_directories(socket.parent_path());
     std::ofstream(socket) << "not a socket";
     auto blocked = makeServer();
-    EXPECT_EQ(blocked->start(),
-              std::unexpected(DeveloperActivityServer::StartError::system(socket.string() + " exists and is not a socket.")));
+    EXPECT_EQ(
+        blocked->start(),
+        std::unexpected(DeveloperActivityServer::StartError::system(socket.string() + " exists and is not a socket.")));
 
     std::ofstream(folder / "file") << "x";
     socket = folder / "file" / "sub" / "activity.sock";

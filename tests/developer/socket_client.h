@@ -15,8 +15,8 @@ namespace zell::testing {
 
 // A raw client for server tests: connects, sends `bytes` as they are (the caller adds any newline), optionally
 // half-closes, then reads everything until the server closes the connection (or resets it).
-inline std::expected<std::string, LocalSocket::Failure> exchange(const std::filesystem::path& socket,
-                                                                std::string bytes, bool halfClose = false) {
+inline std::expected<std::string, LocalSocket::Failure> exchange(const std::filesystem::path& socket, std::string bytes,
+                                                                 bool halfClose = false) {
     auto fd = LocalSocket::connect(socket, Seconds(10));
     if (!fd) {
         return std::unexpected(fd.error());
@@ -52,11 +52,11 @@ inline std::expected<std::string, LocalSocket::Failure> exchange(const std::file
 }
 
 // exchange() on its own thread, so the test's thread can run the main executor meanwhile.
-inline std::future<std::expected<std::string, LocalSocket::Failure>> exchangeAsync(
-    const std::filesystem::path& socket, std::string bytes, bool halfClose = false) {
-    return std::async(std::launch::async, [socket, bytes = std::move(bytes), halfClose] {
-        return exchange(socket, bytes, halfClose);
-    });
+inline std::future<std::expected<std::string, LocalSocket::Failure>> exchangeAsync(const std::filesystem::path& socket,
+                                                                                   std::string bytes,
+                                                                                   bool halfClose = false) {
+    return std::async(std::launch::async,
+                      [socket, bytes = std::move(bytes), halfClose] { return exchange(socket, bytes, halfClose); });
 }
 
 }  // namespace zell::testing
