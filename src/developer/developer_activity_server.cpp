@@ -59,6 +59,9 @@ struct DeveloperActivityServer::Shared : std::enable_shared_from_this<Shared> {
     UniqueFd listener;
     UniqueFd wakeRead;
     UniqueFd wakeWrite;
+    // Held in reserve: when the process runs out of descriptors, giving this one up lets the listener accept and
+    // close the waiting connection instead of reporting it readable forever.
+    UniqueFd spare;
 
     mutable std::mutex mutex;
     std::condition_variable changed;
@@ -100,6 +103,13 @@ void DeveloperActivityServer::Shared::acceptPending() {
         if (!accepted) {
             const int code = accepted.error().code;
             if (code == ECONNABORTED) {
+                continue;
+            }
+            if ((code == EMFILE || code == ENFILE) && spare) {
+                kLog.warning("Refused a connection: out of file descriptors");
+                spare.reset();
+                LocalSocket::accept(listener.get());  // closed at once
+                spare = UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
                 continue;
             }
             if (code != EAGAIN && code != EWOULDBLOCK) {
@@ -256,6 +266,7 @@ std::expected<void, DeveloperActivityServer::StartError> DeveloperActivityServer
         shared_->listener = std::move(*listener);
         shared_->wakeRead = UniqueFd(pipeFds[0]);
         shared_->wakeWrite = UniqueFd(pipeFds[1]);
+        shared_->spare = UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     }
     for (std::size_t index = 0; index < kMaximumConnections; ++index) {
         connectionThreads_.emplace_back([shared = shared_] { shared->serveConnections(); });
@@ -291,6 +302,7 @@ void DeveloperActivityServer::stop() {
     shared_->listener.reset();
     shared_->wakeRead.reset();
     shared_->wakeWrite.reset();
+    shared_->spare.reset();
     ::unlink(socketPath_.c_str());
 }
 

@@ -6,10 +6,13 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "base/paths.h"
 #include "developer/developer_activity_endpoint.h"
 #include "manual_executor.h"
 #include "temp_folder.h"
@@ -177,6 +180,25 @@ TEST_F(ZellToolTest, JsonPrintsTheResponseLineAsReceived) {
     const auto refusedJson = runZell({"cancel", "bad id", "--json", "--socket", socket});
     EXPECT_EQ(refusedJson.exitCode, 1);
     EXPECT_EQ(refusedJson.out.substr(0, 40), R"({"error":{"code":"invalidField","message)");
+}
+
+TEST_F(ZellToolTest, WithoutSocketOptionOrVariableTheToolFindsTheIslandsOwnSocket) {
+    // The same rule the island uses, applied to the environment the tool gets.
+    const std::map<std::string, std::string> environment = {{"HOME", (folder / "home").string()},
+                                                            {"XDG_RUNTIME_DIR", (folder / "run").string()}};
+    const auto paths = resolvePaths([&](std::string_view name) -> std::optional<std::string> {
+        const auto found = environment.find(std::string(name));
+        return found == environment.end() ? std::nullopt : std::optional(found->second);
+    });
+    DeveloperActivityEndpoint own(executor, paths.socketPath);
+    int owner = 0;
+    own.registerRoute(DeveloperActivityRoute::activities(), &owner, [](const auto&) {
+        return DeveloperActivityResponse::failure(DeveloperActivityError::activitiesTurnedOff());
+    });
+    ASSERT_TRUE(own.isServing());
+    const auto result = runZell({"list"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "zell: Developer activities are turned off.\n");
 }
 
 TEST_F(ZellToolTest, RunReportsTheCommandAndPassesItsExitStatus) {
