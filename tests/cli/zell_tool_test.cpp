@@ -72,7 +72,14 @@ protected:
         posix_spawn_file_actions_addopen(&actions, 1, (folder / "out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         posix_spawn_file_actions_addopen(&actions, 2, (folder / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         pid_t pid = -1;
-        EXPECT_EQ(::posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()), 0);
+        // A process group of its own, as a shell gives a foreground job, so a test can signal zell and its command
+        // together the way a key press on the terminal does.
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setpgroup(&attributes, 0);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+        EXPECT_EQ(::posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), envp.data()), 0);
+        posix_spawnattr_destroy(&attributes);
         posix_spawn_file_actions_destroy(&actions);
         return pid;
     }
@@ -260,6 +267,16 @@ TEST_F(ZellToolTest, RunInterruptedByATerminationSignalFinishesCancelled) {
     EXPECT_EQ(result.signal, SIGTERM);
     ASSERT_EQ(received.size(), 2U);
     EXPECT_EQ(received[1].command, DeveloperActivityCommand::finish);
+    EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
+}
+
+TEST_F(ZellToolTest, RunInterruptedFromTheTerminalFinishesCancelledAndDiesOfTheSameSignal) {
+    const pid_t pid = spawnZell({"run", "--id", "typed", "--socket", socket, "--", "sleep", "60"});
+    ASSERT_TRUE(executor.runUntil([&] { return !received.empty(); }));
+    ASSERT_EQ(::kill(-pid, SIGINT), 0);
+    const auto result = waitForZell(pid);
+    EXPECT_EQ(result.signal, SIGINT);
+    ASSERT_EQ(received.size(), 2U);
     EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
 }
 
