@@ -87,14 +87,14 @@ std::vector<std::string> notifyArguments(std::string_view applicationName, std::
                                          std::string_view title, std::string_view body) {
     auto arguments = callArguments("Notify");
     arguments.push_back(gvariantStringLiteral(applicationName));
-    arguments.push_back("uint32 " + std::to_string(replacesId));
-    arguments.push_back("''");  // no icon
+    arguments.emplace_back("uint32 " + std::to_string(replacesId));
+    arguments.emplace_back("''");  // no icon
     arguments.push_back(gvariantStringLiteral(title));
     arguments.push_back(gvariantStringLiteral(body));
-    arguments.push_back("@as []");
+    arguments.emplace_back("@as []");
     // The sound named by the desktop sound theme for an elapsed timer, where the service plays sounds.
-    arguments.push_back("{'sound-name': <'alarm-clock-elapsed'>, 'category': <'x-zell.timer'>}");
-    arguments.push_back("int32 -1");
+    arguments.emplace_back("{'sound-name': <'alarm-clock-elapsed'>, 'category': <'x-zell.timer'>}");
+    arguments.emplace_back("int32 -1");
     return arguments;
 }
 

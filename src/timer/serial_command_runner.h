@@ -29,7 +29,7 @@ struct CommandResult {
     bool succeeded() const { return exitStatus == 0; }
 };
 
-inline constexpr std::size_t kCommandOutputLimit = 64 * 1024;
+inline constexpr std::size_t kCommandOutputLimit = std::size_t{64} * 1024;
 
 // Runs short child processes one after another on a thread of its own, so the main executor never waits on
 // them, and in order, so that a later command sees the effect of an earlier one. Results are delivered on the

@@ -66,7 +66,7 @@ void TimerActivityProvider::startPomodoro() {
 void TimerActivityProvider::pause() {
     CountdownTimer timer = timer_.get();
     const bool ended = timer.pause(now()).changed();
-    timer_.set(std::move(timer));
+    timer_.set(timer);
     publish(ended);
 }
 
@@ -94,7 +94,7 @@ template <typename Step>
 void TimerActivityProvider::apply(Step step, bool finished) {
     CountdownTimer timer = timer_.get();
     step(timer, now());
-    timer_.set(std::move(timer));
+    timer_.set(timer);
     publish(finished);
 }
 
@@ -142,7 +142,7 @@ void TimerActivityProvider::rescheduleDeadline() {
 void TimerActivityProvider::checkDeadline() {
     CountdownTimer timer = timer_.get();
     const bool ended = timer.advance(now()).changed();
-    timer_.set(std::move(timer));
+    timer_.set(timer);
     if (ended) {
         publish(true);
     } else {

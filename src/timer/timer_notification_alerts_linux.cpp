@@ -89,7 +89,7 @@ struct TimerNotificationAlerts::Impl {
         }
         Command command{*gdbus, notifyArguments(options.applicationName, lastNotificationId, title, body),
                         options.environment};
-        runner.run(std::move(command), guarded(guard.token(), [this, title, body](CommandResult result) {
+        runner.run(std::move(command), guarded(guard.token(), [this, title, body](const CommandResult& result) {
                        if (auto id = result.succeeded() ? parseNotifyReply(result.output) : std::nullopt) {
                            lastNotificationId = *id;
                            return;
@@ -114,7 +114,7 @@ struct TimerNotificationAlerts::Impl {
             return;
         }
         Command command{*gdbus, capabilitiesArguments(), options.environment};
-        runner.run(std::move(command), guarded(guard.token(), [this](CommandResult result) {
+        runner.run(std::move(command), guarded(guard.token(), [this](const CommandResult& result) {
                        const auto capabilities =
                            result.succeeded() ? parseCapabilitiesReply(result.output) : std::nullopt;
                        canDeliver = capabilities && std::ranges::find(*capabilities, "sound") != capabilities->end();

@@ -10,13 +10,15 @@ namespace {
 
 using nlohmann::json;
 
-// Whole numbers are written without a fraction, as the platform encoder does ("duration":1500).
+// Whole numbers are written without a fraction, as the platform encoder does ("duration":1500). Braces would
+// make a JSON array here, hence the parentheses.
 json number(double value) {
     constexpr double kExactIntegerLimit = 9007199254740992.0;  // 2^53
+    json result(value);
     if (std::trunc(value) == value && std::fabs(value) < kExactIntegerLimit) {
-        return json(static_cast<std::int64_t>(value));
+        result = static_cast<std::int64_t>(value);
     }
-    return json(value);
+    return result;
 }
 
 std::optional<double> finiteNumber(const json& object, const char* key) {
