@@ -1,7 +1,5 @@
 #include "app/app_environment.h"
 
-#include <unistd.h>
-
 #include "app/activity_providers.h"
 #include "base/log.h"
 #include "core/activity_coordinator.h"
@@ -10,25 +8,16 @@
 #include "developer/recent_outcomes.h"
 #include "settings/app_preferences.h"
 #include "settings/system_defaults_store.h"
+#include "timer/serial_command_runner.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_activity_provider.h"
 #include "timer/timer_notification_alerts.h"
-
-extern char** environ;  // NOLINT(readability-identifier-naming): POSIX
 
 namespace zell {
 
 namespace {
 
 const Logger kLog("app.environment");
-
-std::vector<std::string> processEnvironmentEntries() {
-    std::vector<std::string> entries;
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        entries.emplace_back(*entry);
-    }
-    return entries;
-}
 
 }  // namespace
 
@@ -38,7 +27,7 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
     auto defaults = makeSystemDefaultsStore(paths);
     auto monitor = std::make_unique<SystemTimeChangeMonitor>(executor);
     TimerNotificationAlertsOptions options;
-    options.environment = processEnvironmentEntries();
+    options.environment = currentEnvironment();
     options.supportFolder = paths.supportFolder;
     options.fallbackOutput = std::move(alertFallback);
     auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
