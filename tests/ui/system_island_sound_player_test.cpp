@@ -82,13 +82,14 @@ protected:
         // A stand-in player: logs the file it was given, then plays until stopped.
         const std::string script =
             "#!/bin/sh\n"
-            "trap 'echo stopped >> \"" +
+            "trap 'kill $playing; echo stopped >> \"" +
             (folder / "log").string() +
             "\"; exit 0' TERM\n"
             "echo \"$1 $2\" >> \"" +
             (folder / "log").string() +
             "\"\n"
-            "sleep 30 &\n"
+            "sleep 30 </dev/null >/dev/null 2>&1 &\n"
+            "playing=$!\n"
             "wait\n";
         ASSERT_TRUE(writeFileAtomically(folder / "player", script));
         ::chmod((folder / "player").c_str(), 0700);

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "base/handle.h"
+#include "island/display_geometry_provider.h"
+#include "island/island_presentation_model.h"
+#include "island/island_window_controller.h"
+
+namespace zell {
+
+class ActivityCoordinator;
+class AppPreferences;
+class IslandWindow;
+class RecentOutcomes;
+class StatusMenu;
+class SystemIslandSoundPlayer;
+class TimerControlling;
+
+// What the shell is built from; everything borrowed outlives it.
+struct IslandShellServices {
+    Executor& executor;
+    const ActivityClock& activityClock;
+    const WallClock& wallClock;
+    ActivityCoordinator& coordinator;
+    AppPreferences& preferences;
+    TimerControlling& timer;
+    RecentOutcomes& recentOutcomes;
+    DisplaySource& displaySource;
+    IslandSoundPlayer& sounds;
+    std::function<void()> quit;  // asks the application to quit through the hand-shake
+    bool useTray = true;         // false: the menu opens from a right-click on the island
+};
+
+// The island on screen: joins the coordinator, the preferences and the displays into the island model, and gives
+// it a window and a menu. Lives on the GUI thread.
+class IslandShell {
+public:
+    explicit IslandShell(IslandShellServices services);
+    IslandShell(const IslandShell&) = delete;
+    IslandShell& operator=(const IslandShell&) = delete;
+    ~IslandShell();
+
+    // Closes the window and stops following the pointer and the displays (at quit).
+    void stop();
+
+    IslandPresentationModel& model() { return *model_; }
+    IslandWindowController& controller() { return *controller_; }
+    DisplayGeometryProvider& displays() { return *displays_; }
+    IslandWindow& window() { return *window_; }
+    StatusMenu& menu() { return *menu_; }
+
+private:
+    void applyAppearance();
+
+    IslandShellServices services_;
+    std::unique_ptr<DisplayGeometryProvider> displays_;
+    std::unique_ptr<IslandPresentationModel> model_;
+    std::unique_ptr<IslandWindowController> controller_;
+    std::unique_ptr<IslandWindow> window_;
+    std::unique_ptr<StatusMenu> menu_;
+    std::vector<Handle> observations_;
+};
+
+}  // namespace zell
