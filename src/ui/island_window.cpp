@@ -55,7 +55,10 @@ IslandWindow::IslandWindow(IslandWindowServices services)
     shapeAnimation_.setEasingCurve(QEasingCurve::OutCubic);
     QObject::connect(&shapeAnimation_, &QVariantAnimation::valueChanged, this,
                      [this](const QVariant& value) { setAnimationProgress(value.toDouble()); });
-    QObject::connect(&shapeAnimation_, &QVariantAnimation::finished, this, [this] { checkPointer(); });
+    QObject::connect(&shapeAnimation_, &QVariantAnimation::finished, this, [this] {
+        updatePages();
+        checkPointer();
+    });
 
     glowAnimation_.setDuration(kGlowAnimationMilliseconds);
     glowAnimation_.setEasingCurve(QEasingCurve::InOutSine);

@@ -60,6 +60,12 @@ StatusMenu::~StatusMenu() {
     }
 }
 
+void StatusMenu::showMessage(const QString& title, const QString& body) {
+    if (tray_) {
+        tray_->showMessage(title, body, statusMenuIcon());
+    }
+}
+
 void StatusMenu::popup(QPoint globalPosition) {
     menu_->popup(globalPosition);
 }

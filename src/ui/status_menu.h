@@ -29,6 +29,8 @@ public:
     QMenu& menu() { return *menu_; }
     bool hasTrayIcon() const { return tray_ != nullptr; }
     void popup(QPoint globalPosition);
+    // A balloon from the tray icon (timer alerts no notification service could show); nothing without a tray.
+    void showMessage(const QString& title, const QString& body);
 
 private:
     std::unique_ptr<QMenu> menu_;

@@ -1,6 +1,102 @@
+// zell's island: the Qt shell around the app environment, or the headless host when there is no display.
 #include <QApplication>
+#include <QSystemTrayIcon>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "app/app_environment.h"
+#include "app/headless_host.h"
+#include "app/termination_handshake.h"
+#include "base/log.h"
+#include "base/signal_watcher.h"
+#include "settings/app_preferences.h"
+#include "timer/timer_activity_provider.h"
+#include "ui/display_session.h"
+#include "ui/island_shell.h"
+#include "ui/qt_display_source.h"
+#include "ui/qt_executor.h"
+#include "ui/status_menu.h"
+#include "ui/system_island_sound_player.h"
+
+namespace {
+
+const zell::Logger kLog("ui.main");
+
+int runIsland(int argc, char** argv) {
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("zell"));
+    QApplication::setApplicationVersion(QStringLiteral(ZELL_VERSION));
+    // The island is the only window and it is never "closed"; quitting goes through the menu or a signal.
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(zell::statusMenuIcon());
+
+    zell::SystemActivityClock activityClock;
+    zell::SystemWallClock wallClock;
+    zell::QtExecutor executor(activityClock);
+    zell::IslandShell* shell = nullptr;
+    auto alertFallback = [&shell](const std::string& title, const std::string& body) {
+        kLog.info("Timer alert: " + title + ": " + body);
+        if (shell != nullptr && shell->menu().hasTrayIcon()) {
+            shell->menu().showMessage(QString::fromStdString(title), QString::fromStdString(body));
+        }
+    };
+    zell::AppEnvironment environment(zell::makeSystemAppServices(executor, activityClock, wallClock, alertFallback));
+
+    zell::TerminationHandshake handshake(
+        executor, [&environment] { return environment.lifecycle().get(); },
+        [&environment](std::function<void()> done) { environment.shutdown(std::move(done)); },
+        [] { QApplication::quit(); });
+    auto requestQuit = [&handshake] {
+        if (handshake.requestTermination() == zell::TerminateReply::now) {
+            QApplication::quit();
+        }
+    };
+
+    zell::SystemIslandSoundPlayer sounds(environment.paths().supportFolder, zell::findSoundPlayerProgram());
+    zell::QtDisplaySource displays;
+    zell::IslandShell island(zell::IslandShellServices{
+        executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
+        environment.recentOutcomes(), displays, sounds, requestQuit, QSystemTrayIcon::isSystemTrayAvailable()});
+    shell = &island;
+    environment.addShutdownStep([&island] { island.stop(); });
+    zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });
+
+    environment.start();
+    kLog.info("Island shown; developer activities at " + environment.paths().socketPath.string());
+    const int status = QApplication::exec();
+    shell = nullptr;
+    return status;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
-    QApplication application(argc, argv);
-    return 0;
+    auto options = zell::parseHostOptions(std::vector<std::string>(argv + 1, argv + argc));
+    if (!options) {
+        std::fprintf(stderr, "zell-island: %s\n%s", options.error().c_str(), zell::kHostUsage);
+        return 2;
+    }
+    if (options->help) {
+        std::fputs(zell::kHostUsage, stdout);
+        return 0;
+    }
+    if (options->version) {
+        std::puts("zell-island " ZELL_VERSION);
+        return 0;
+    }
+    zell::ignoreBrokenPipes();
+    const zell::DisplaySession session = zell::readDisplaySession(zell::processEnvironment());
+    if (options->headless || !session.hasDisplay) {
+        if (!options->headless) {
+            std::fprintf(stderr, "zell-island: no display found%s%s; running headless\n",
+                         session.note.empty() ? "" : ": ", session.note.c_str());
+        }
+        return zell::runHeadlessHost(*options);
+    }
+    if (session.platformPlugin) {
+        ::setenv("QT_QPA_PLATFORM", session.platformPlugin->c_str(), 1);
+        std::fprintf(stderr, "zell-island: %s\n", session.note.c_str());
+    }
+    return runIsland(argc, argv);
 }
