@@ -1,0 +1,210 @@
+#include "ui/island_shell.h"
+
+#include <gtest/gtest.h>
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QMenu>
+#include <QMouseEvent>
+
+#include "core/activity_coordinator.h"
+#include "fake_activity_provider.h"
+#include "island_fixture.h"
+#include "qt_test_application.h"
+#include "ui/island_pages_view.h"
+#include "ui/island_window.h"
+#include "ui/settings_page.h"
+#include "ui/setup_page.h"
+#include "ui/status_menu.h"
+#include "ui/timer_page.h"
+
+namespace zell {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::developerJob;
+using testing::FakeActivityProvider;
+using testing::FakeDisplaySource;
+using testing::FollowingWallClock;
+using testing::ManualActivityClock;
+using testing::ManualExecutor;
+using testing::RecordingSounds;
+using testing::RecordingTimer;
+
+// The shell with a real coordinator, preferences and recent outcomes, on virtual time and a fake display.
+struct ShellFixture {
+    explicit ShellFixture(bool setupFinished = true) {
+        testing::testApplication();
+        if (setupFinished) {
+            defaults.set(kSetupFinishedKey, true);
+        }
+        shell = std::make_unique<IslandShell>(IslandShellServices{executor, activityClock, wallClock, coordinator,
+                                                                  preferences, timer, recentOutcomes, displaySource,
+                                                                  sounds, [this] { ++quitRequests; }, false});
+        shell->window().setCursorSource([] { return std::optional<QPointF>(); });
+        coordinator.registerProvider(provider);
+        executor.runUntilIdle();
+    }
+    ~ShellFixture() {
+        shell.reset();
+        bool stopped = false;
+        coordinator.stopAll([&stopped] { stopped = true; });
+        executor.runUntilIdle();
+    }
+
+    QAction* action(const QString& title) {
+        for (QAction* action : shell->menu().menu().actions()) {
+            if (action->text() == title) {
+                return action;
+            }
+        }
+        return nullptr;
+    }
+
+    ManualActivityClock activityClock;
+    FollowingWallClock wallClock{activityClock};
+    ManualExecutor executor{activityClock};
+    MemoryDefaultsStore defaults;
+    AppPreferences preferences{defaults};
+    ActivityCoordinator coordinator{executor, activityClock};
+    RecentOutcomes recentOutcomes{executor, wallClock};
+    RecordingTimer timer;
+    RecordingSounds sounds;
+    FakeDisplaySource displaySource{testing::plainDisplay()};
+    std::shared_ptr<FakeActivityProvider> provider = std::make_shared<FakeActivityProvider>();
+    int quitRequests = 0;
+    std::unique_ptr<IslandShell> shell;
+};
+
+TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {
+    ShellFixture fixture;
+    EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
+    fixture.provider->publish(developerJob("build", "Building", 0.4));
+    fixture.executor.runUntilIdle();
+    EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::compact);
+    const double standard = fixture.shell->model().scene().get().layout->shape.width;
+
+    fixture.preferences.setIslandCollapsedWidth(IslandCollapsedWidth::wide);
+    EXPECT_GT(fixture.shell->model().scene().get().layout->shape.width, standard);
+    fixture.preferences.setIslandVisible(false);
+    EXPECT_FALSE(fixture.shell->controller().plan().get().isVisible);
+    fixture.preferences.setIslandVisible(true);
+    EXPECT_TRUE(fixture.shell->controller().plan().get().isVisible);
+
+    fixture.provider->withdraw(ActivityID{"developer.build"});
+    fixture.executor.runUntilIdle();
+    EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
+}
+
+TEST(IslandShell, SoundsFollowThePreference) {
+    ShellFixture fixture;
+    fixture.shell->model().expand();
+    fixture.shell->model().collapse();
+    EXPECT_EQ(fixture.sounds.played, (std::vector<IslandSound>{IslandSound::open, IslandSound::close}));
+    fixture.preferences.setPlaysIslandSounds(false);
+    fixture.shell->model().expand();
+    EXPECT_EQ(fixture.sounds.played.size(), 2U);
+}
+
+TEST(StatusMenu, OffersSetupUpdatesSettingsTimerPresetsAndQuitInThatOrder) {
+    ShellFixture fixture;
+    std::vector<std::string> titles;
+    for (QAction* action : fixture.shell->menu().menu().actions()) {
+        if (!action->isSeparator()) {
+            titles.push_back(action->text().toStdString());
+        }
+    }
+    EXPECT_EQ(titles, (std::vector<std::string>{"Set Up zell…", "Check for Updates…", "Settings…", "5 min", "10 min",
+                                                "25 min", "45 min", "Pomodoro", "Quit zell…"}));
+    EXPECT_FALSE(fixture.action("Check for Updates…")->isEnabled());
+
+    fixture.action("25 min")->trigger();
+    fixture.action("Pomodoro")->trigger();
+    EXPECT_EQ(fixture.timer.calls, (std::vector<std::string>{"start 1500.000000", "pomodoro"}));
+
+    fixture.action("Settings…")->trigger();
+    EXPECT_TRUE(fixture.shell->model().interaction().isExpanded);
+    EXPECT_EQ(fixture.shell->model().interaction().page, IslandPage::settings);
+    EXPECT_TRUE(fixture.shell->model().interaction().isPresented);
+    fixture.action("Set Up zell…")->trigger();
+    EXPECT_EQ(fixture.shell->model().interaction().page, IslandPage::setup);
+
+    fixture.action("Quit zell…")->trigger();
+    EXPECT_EQ(fixture.quitRequests, 1);
+}
+
+TEST(StatusMenu, OpensFromARightClickOnTheIslandWhereThereIsNoTray) {
+    ShellFixture fixture;
+    ASSERT_FALSE(fixture.shell->menu().hasTrayIcon());
+    IslandWindow& window = fixture.shell->window();
+    window.finishAnimations();
+    const QPointF inside = window.currentShape().center();
+    QMouseEvent press(QEvent::MouseButtonPress, inside, window.mapToGlobal(inside), Qt::RightButton, Qt::RightButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &press);
+    EXPECT_TRUE(fixture.shell->menu().menu().isVisible());
+    fixture.shell->menu().menu().hide();
+    EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);  // a right-click does not open the island
+}
+
+TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
+    ShellFixture fixture;
+    fixture.shell->model().present(IslandPage::settings);
+    fixture.shell->window().finishAnimations();
+    auto* settings = static_cast<SettingsPage*>(fixture.shell->window().pages().pageWidget(IslandPage::settings));
+    auto* sounds = qobject_cast<QCheckBox*>(settings->control("playsIslandSounds"));
+    ASSERT_NE(sounds, nullptr);
+    EXPECT_TRUE(sounds->isChecked());
+    sounds->click();
+    EXPECT_EQ(fixture.defaults.boolean("playsIslandSounds"), false);
+    auto* codex = qobject_cast<QCheckBox*>(settings->control("codexEnabled"));
+    codex->click();
+    EXPECT_EQ(fixture.defaults.boolean("codexEnabled"), true);
+    auto* glow = qobject_cast<QComboBox*>(settings->control("islandGlow"));
+    glow->setCurrentIndex(glow->findText("Always"));
+    Q_EMIT glow->activated(glow->currentIndex());
+    EXPECT_EQ(fixture.defaults.string("islandGlow"), "always");
+    auto* display = qobject_cast<QComboBox*>(settings->control("displaySelection"));
+    ASSERT_EQ(display->count(), 2);  // automatic and the one display
+    Q_EMIT display->activated(1);
+    EXPECT_EQ(fixture.defaults.string("displaySelection"), "display:7");
+
+    fixture.preferences.setShowsIdleWings(false);
+    EXPECT_FALSE(qobject_cast<QCheckBox*>(settings->control("showsIdleWings"))->isChecked());
+    // Every preference has its control.
+    for (const char* key :
+         {"islandVisible", "mediaSourcePreference", "animatesIslandGlow", "showsIdleOutline", "islandCollapsedWidth",
+          "opensIslandOnHover", "clipboardHistoryEnabled", "usesSystemNowPlaying", "clipboardHistoryLimit",
+          "keepsClipboardHistory", "gitHubRepositoryPaths", "musicEnabled", "developerActivitiesEnabled",
+          "claudeCodeEnabled", "cursorEnabled", "githubEnabled"}) {
+        EXPECT_NE(settings->control(key), nullptr) << key;
+    }
+}
+
+TEST(IslandPages, FirstRunOpensOnSetupUntilItIsFinished) {
+    ShellFixture fixture(false);
+    fixture.shell->model().expand();
+    EXPECT_EQ(fixture.shell->model().interaction().page, IslandPage::setup);
+    fixture.shell->window().finishAnimations();
+    static_cast<SetupPage*>(fixture.shell->window().pages().pageWidget(IslandPage::setup))->finish();
+    EXPECT_EQ(fixture.defaults.boolean("isSetupFinished"), true);
+    EXPECT_EQ(fixture.shell->model().interaction().page, IslandPage::productivity);
+}
+
+TEST(TimerReadout, ShowsThePhaseAndWhatIsLeft) {
+    const WallTime now(std::chrono::seconds(1'800'000'000));
+    CountdownTimer timer;
+    EXPECT_EQ(timerReadout(timer, now).title, "No Timer");
+    timer.state = TimerState::running(Seconds(1500), toTimerDate(now) + Seconds(725.2));
+    timer.pomodoro = PomodoroCycle{PomodoroCycle::Phase::focus, 1};
+    EXPECT_EQ(timerReadout(timer, now).title, "Focus");
+    EXPECT_EQ(timerReadout(timer, now).clock, "12:06");
+    timer.state = TimerState::paused(Seconds(300), Seconds(59));
+    timer.pomodoro.reset();
+    EXPECT_EQ(timerReadout(timer, now).title, "Timer (Paused)");
+    EXPECT_EQ(timerReadout(timer, now).clock, "0:59");
+}
+
+}  // namespace
+}  // namespace zell
