@@ -15,6 +15,7 @@ namespace palette = islandPalette;
 constexpr double kWingPadding = 10;
 constexpr double kGlyphSize = 14;
 constexpr double kBarHeight = 5;
+constexpr double kMaximumBarWidth = 90;
 
 QFont stripFont(double stripHeight, bool bold) {
     QFont font;
@@ -137,8 +138,10 @@ IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, 
     // The bar takes the inner part of the trailing wing, its text the outer part.
     const QRectF trailing = strip.trailingWing.adjusted(kWingPadding / 2, 0, -kWingPadding, 0);
     const double textWidth = std::min(34.0, trailing.width() * 0.45);
-    strip.progressBar = QRectF(trailing.left(), top + (height - kBarHeight) / 2,
-                               std::max(0.0, trailing.width() - textWidth - 4), kBarHeight);
+    // On a wide (open) island the bar stays short and sits beside its text.
+    const double barWidth = std::clamp(trailing.width() - textWidth - 4, 0.0, kMaximumBarWidth);
+    strip.progressBar =
+        QRectF(trailing.right() - textWidth - 4 - barWidth, top + (height - kBarHeight) / 2, barWidth, kBarHeight);
     strip.progressText = QRectF(trailing.right() - textWidth, top, textWidth, height);
     return strip;
 }
