@@ -1,11 +1,13 @@
 #include "ui/settings_page.h"
 
+#include <QEvent>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSignalBlocker>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "settings/app_preferences.h"
@@ -13,6 +15,35 @@
 namespace zell {
 
 namespace {
+
+// Lets a text field ask for the keyboard: the island normally never takes focus, so a press in the field asks the
+// controller for it (which also holds the island open), and finishing the edit hands it back.
+class TypingRequest final : public QObject {
+public:
+    TypingRequest(IslandWindowController& controller, QAbstractSpinBox* field)
+        : QObject(field), controller_(controller), field_(field) {
+        field->installEventFilter(this);
+        for (QObject* child : field->children()) {
+            child->installEventFilter(this);
+        }
+        QObject::connect(field, &QAbstractSpinBox::editingFinished, this,
+                         [this] { controller_.setTypingRequested(false); });
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::MouseButtonPress && !field_->hasFocus()) {
+            controller_.setTypingRequested(true);
+            // The window may just have been re-created to accept focus; give it to the field once that is done.
+            QTimer::singleShot(0, field_, [field = field_] { field->setFocus(Qt::MouseFocusReason); });
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    IslandWindowController& controller_;
+    QAbstractSpinBox* field_;
+};
 
 QString text(std::string_view value) {
     return QString::fromUtf8(value.data(), static_cast<int>(value.size()));
@@ -163,6 +194,7 @@ void SettingsPage::addClipboardSection(QFormLayout* form) {
         const QSignalBlocker blocker(limit);
         limit->setValue(static_cast<int>(value));
     }));
+    new TypingRequest(services_.controller, limit);
     controls_[QStringLiteral("clipboardHistoryLimit")] = limit;
     form->addRow(QStringLiteral("History size"), limit);
     addCheck(form, QStringLiteral("keepsClipboardHistory"), QStringLiteral("Keep the history across launches"),

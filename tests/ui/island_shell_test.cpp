@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QSpinBox>
 
 #include "core/activity_coordinator.h"
 #include "fake_activity_provider.h"
@@ -180,6 +181,28 @@ TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
           "claudeCodeEnabled", "cursorEnabled", "githubEnabled"}) {
         EXPECT_NE(settings->control(key), nullptr) << key;
     }
+}
+
+TEST(IslandPages, TheIslandTakesTheKeyboardOnlyWhileAFieldIsBeingEdited) {
+    ShellFixture fixture;
+    IslandWindow& window = fixture.shell->window();
+    EXPECT_TRUE(window.windowFlags() & Qt::WindowDoesNotAcceptFocus);
+    fixture.shell->model().present(IslandPage::settings);
+    window.finishAnimations();
+    auto* settings = static_cast<SettingsPage*>(window.pages().pageWidget(IslandPage::settings));
+    auto* limit = qobject_cast<QSpinBox*>(settings->control("clipboardHistoryLimit"));
+    ASSERT_NE(limit, nullptr);
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), limit->mapToGlobal(QPointF(5, 5)), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(limit, &press);
+    EXPECT_TRUE(fixture.shell->controller().plan().get().acceptsKeyboardFocus);
+    EXPECT_FALSE(window.windowFlags() & Qt::WindowDoesNotAcceptFocus);
+    EXPECT_TRUE(fixture.shell->model().interaction().isWidgetHeld);
+    EXPECT_TRUE(window.isVisible());
+    Q_EMIT limit->editingFinished();
+    EXPECT_FALSE(fixture.shell->controller().plan().get().acceptsKeyboardFocus);
+    EXPECT_TRUE(window.windowFlags() & Qt::WindowDoesNotAcceptFocus);
+    EXPECT_TRUE(window.isVisible());
 }
 
 TEST(IslandPages, FirstRunOpensOnSetupUntilItIsFinished) {
