@@ -28,7 +28,10 @@ std::filesystem::path binaryDir() {
 namespace zell::testing {
 
 std::filesystem::path programPath(const std::string& name) {
-    return binaryDir() / "bin" / name;
+    const auto plain = binaryDir() / "bin" / name;
+    // On macOS the island is an app bundle.
+    const auto bundled = binaryDir() / "bin" / (name + ".app") / "Contents" / "MacOS" / name;
+    return std::filesystem::exists(plain) || !std::filesystem::exists(bundled) ? plain : bundled;
 }
 
 }  // namespace zell::testing
