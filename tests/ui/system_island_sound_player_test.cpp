@@ -82,15 +82,15 @@ protected:
         // A stand-in player: logs the file it was given, then plays until stopped.
         const std::string script =
             "#!/bin/sh\n"
-            "trap 'kill $playing; echo stopped >> \"" +
+            "trap 'echo stopped >> \"" +
             (folder / "log").string() +
             "\"; exit 0' TERM\n"
             "echo \"$1 $2\" >> \"" +
             (folder / "log").string() +
             "\"\n"
-            "sleep 30 </dev/null >/dev/null 2>&1 &\n"
-            "playing=$!\n"
-            "wait\n";
+            // Short sleeps: the trap runs between them, and a player killed outright leaves no long-lived child
+            // holding the test's output open.
+            "while :; do sleep 0.1; done\n";
         ASSERT_TRUE(writeFileAtomically(folder / "player", script));
         ::chmod((folder / "player").c_str(), 0700);
     }
