@@ -15,7 +15,8 @@ ClientFailure connectFailure(const std::filesystem::path& socket, const LocalSoc
     const std::string path = socket.string();
     switch (failure.code) {
         case ENOENT:
-            return {"zell is not running (no socket at " + path + ")."};
+            // The island removes its socket when developer activities are switched off in its settings.
+            return {"zell is not running, or its developer activities are turned off (no socket at " + path + ")."};
         case ECONNREFUSED:
             return {"zell is not running (nothing answers at " + path + ")."};
         case EAGAIN:

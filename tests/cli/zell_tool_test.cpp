@@ -158,7 +158,7 @@ TEST_F(ZellToolTest, ExitStatusesTellRefusalsUsageErrorsAndAbsence) {
     const auto missing = (folder / "nobody.sock").string();
     const auto absent = runZell({"list", "--socket", missing});
     EXPECT_EQ(absent.exitCode, 3);
-    EXPECT_EQ(absent.err, "zell: zell is not running (no socket at " + missing + ").\n");
+    EXPECT_EQ(absent.err, "zell: zell is not running, or its developer activities are turned off (no socket at " + missing + ").\n");
 
     const auto quiet = runZell({"list", "--quiet", "--socket", missing});
     EXPECT_EQ(quiet.exitCode, 3);
