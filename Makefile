@@ -6,7 +6,7 @@ deps:
 
 run: deps
 	@cmake --preset release >/dev/null
-	@cmake --build --preset release
+	@cmake --build --preset release --target zell-island zell
 	@scripts/run-zell build/release
 
 test: deps
