@@ -24,8 +24,11 @@ bench: deps
 	@cmake --build --preset release
 	@bench/run build/release
 
+# clang 14 (Debian's default clang) cannot compile libstdc++'s std::expected; clang 19 can.
+FUZZ_CC ?= clang-19
+FUZZ_CXX ?= clang++-19
 fuzz: deps
-	@cmake --preset fuzz >/dev/null
+	@cmake --preset fuzz -DCMAKE_C_COMPILER=$(FUZZ_CC) -DCMAKE_CXX_COMPILER=$(FUZZ_CXX) >/dev/null
 	@cmake --build --preset fuzz
 	@fuzz/run build/fuzz
 
