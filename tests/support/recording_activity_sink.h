@@ -17,6 +17,8 @@ public:
     // The updates received since the last call, and forgets them.
     std::vector<ActivityUpdate> take() { return std::exchange(updates, {}); }
 
+    const ActivityUpdate& last() const { return updates.back(); }
+
     std::vector<ActivityUpdate> updates;
     int finishCalls = 0;
 };

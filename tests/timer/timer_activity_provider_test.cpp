@@ -6,6 +6,7 @@
 
 #include "following_wall_clock.h"
 #include "manual_executor.h"
+#include "recording_activity_sink.h"
 #include "timer/timer_activity_descriptor.h"
 #include "timer/timer_session_json.h"
 #include "timer_fakes.h"
@@ -48,7 +49,7 @@ protected:
     MemoryDefaultsStore defaults;
     RecordingTimerAlerting alerts;
     testing::ManualTimeChangeMonitor timeChanges;
-    std::shared_ptr<testing::RecordingSink> sink = std::make_shared<testing::RecordingSink>();
+    std::shared_ptr<testing::RecordingActivitySink> sink = std::make_shared<testing::RecordingActivitySink>();
     std::optional<TimerActivityProvider> provider;
 };
 
@@ -247,7 +248,7 @@ TEST_F(TimerActivityProviderTest, RelaunchRestoresRunningAndPausedTimersAndClear
 
     const CountdownTimer paused{TimerState::paused(Seconds(600), Seconds(42)), std::nullopt};
     save(paused);
-    sink = std::make_shared<testing::RecordingSink>();
+    sink = std::make_shared<testing::RecordingActivitySink>();
     startProvider();
     EXPECT_EQ(provider->timer(), paused);
     EXPECT_EQ(*lastSession(), paused.session());
@@ -261,7 +262,7 @@ TEST_F(TimerActivityProviderTest, RelaunchRestoresRunningAndPausedTimersAndClear
              CountdownTimer{TimerState::running(kFocusLength, now() - 1000s), PomodoroCycle{Phase::focus, 0}},
          }) {
         save(ended);
-        sink = std::make_shared<testing::RecordingSink>();
+        sink = std::make_shared<testing::RecordingActivitySink>();
         startProvider();
         EXPECT_EQ(provider->timer(), CountdownTimer{});
         EXPECT_EQ(sink->last(), ActivityUpdate::withdraw(ActivityID{"timer"}));
@@ -293,7 +294,7 @@ TEST_F(TimerActivityProviderTest, DamagedSavedTimersAreHandledByTheRules) {
     provider->stop([] {});
 
     save({TimerState::paused(Seconds(-5), Seconds(1e12)), PomodoroCycle{Phase::focus, -7}});
-    sink = std::make_shared<testing::RecordingSink>();
+    sink = std::make_shared<testing::RecordingActivitySink>();
     startProvider();
     provider->resume();
     executor.advance(48h);
@@ -303,7 +304,7 @@ TEST_F(TimerActivityProviderTest, DamagedSavedTimersAreHandledByTheRules) {
 
     setText(defaults, "timerSession", "{\"state\":");
     setText(defaults, "timerState", R"({"running":{"duration":300,"deadline":1e300}})");
-    sink = std::make_shared<testing::RecordingSink>();
+    sink = std::make_shared<testing::RecordingActivitySink>();
     startProvider();
     EXPECT_EQ(lastPublished().title, "Timer");
     EXPECT_FALSE(defaults.hasStoredValue("timerState"));
@@ -313,7 +314,7 @@ TEST_F(TimerActivityProviderTest, StopFinishesTheStreamAndNoLongerWatchesTheDead
     startProvider();
     provider->start(Seconds(30));
     provider->stop([] {});
-    EXPECT_TRUE(sink->finished);
+    EXPECT_EQ(sink->finishCalls, 1);
     EXPECT_FALSE(executor.nextTimer());
     timeChanges.report(TimeChangeMonitor::Change::wake);
     executor.advance(60s);

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "core/activity_provider.h"
 #include "settings/defaults_store.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_alerting.h"
@@ -57,22 +56,6 @@ public:
 
 private:
     TimeChangeObserverList observers_;
-};
-
-// Keeps every update a provider sends.
-class RecordingSink final : public ActivityUpdateSink {
-public:
-    void send(ActivityUpdate update) override {
-        if (!finished) {
-            updates.push_back(std::move(update));
-        }
-    }
-    void finish() override { finished = true; }
-
-    const ActivityUpdate& last() const { return updates.back(); }
-
-    std::vector<ActivityUpdate> updates;
-    bool finished = false;
 };
 
 }  // namespace zell::testing

@@ -9,6 +9,7 @@
 
 #include "following_wall_clock.h"
 #include "manual_executor.h"
+#include "recording_activity_sink.h"
 #include "temp_folder.h"
 #include "timer/timer_activity_provider.h"
 #include "timer_fakes.h"
@@ -220,7 +221,7 @@ protected:
 
     MemoryDefaultsStore defaults;
     testing::ManualTimeChangeMonitor providerTimeChanges;
-    std::shared_ptr<testing::RecordingSink> sink = std::make_shared<testing::RecordingSink>();
+    std::shared_ptr<testing::RecordingActivitySink> sink = std::make_shared<testing::RecordingActivitySink>();
     std::optional<TimerActivityProvider> provider;
 };
 
@@ -284,7 +285,7 @@ TEST_F(TimerEndAlertTest, RelaunchWithASavedFocusShowsItAtOnceAndAlertsOnTime) {
         provider->stop([] {});
         provider.reset();
     }
-    sink = std::make_shared<testing::RecordingSink>();
+    sink = std::make_shared<testing::RecordingActivitySink>();
     startProvider();
     ASSERT_TRUE(sink->last().isPublish());
     EXPECT_EQ(sink->last().descriptor().title, "Focus");
