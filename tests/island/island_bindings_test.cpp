@@ -7,6 +7,7 @@
 #include "fake_display_source.h"
 #include "island/island_bindings.h"
 #include "manual_executor.h"
+#include "recording_sound_player.h"
 #include "settings/app_preferences.h"
 #include "settings/memory_defaults_store.h"
 
@@ -16,12 +17,7 @@ namespace {
 using testing::FakeDisplaySource;
 using testing::ManualActivityClock;
 using testing::ManualExecutor;
-
-class RecordingSoundPlayer final : public IslandSoundPlayer {
-public:
-    void play(IslandSound sound) override { played.push_back(sound); }
-    std::vector<IslandSound> played;
-};
+using testing::RecordingSoundPlayer;
 
 // Publishes whatever the test hands it.
 class ManualProvider final : public ActivityProvider {

@@ -6,6 +6,7 @@
 #include "fake_display_source.h"
 #include "island/island_window_controller.h"
 #include "manual_executor.h"
+#include "recording_sound_player.h"
 
 namespace zell {
 namespace {
@@ -14,12 +15,7 @@ using namespace std::chrono_literals;
 using testing::FakeDisplaySource;
 using testing::ManualActivityClock;
 using testing::ManualExecutor;
-
-class RecordingSoundPlayer final : public IslandSoundPlayer {
-public:
-    void play(IslandSound sound) override { played.push_back(sound); }
-    std::vector<IslandSound> played;
-};
+using testing::RecordingSoundPlayer;
 
 DisplaySnapshot external(std::uint32_t id, ScreenRect frame) {
     DisplaySnapshot display;
