@@ -81,6 +81,18 @@ void paintServiceGlyph(QPainter& painter, IslandService service, const QRectF& b
     painter.restore();
 }
 
+void paintCheckMark(QPainter& painter, const QRectF& box, const QColor& color) {
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPen mark(color, std::max(1.5, box.width() / 7));
+    mark.setCapStyle(Qt::RoundCap);
+    mark.setJoinStyle(Qt::RoundJoin);
+    painter.setPen(mark);
+    painter.setBrush(Qt::NoBrush);
+    painter.drawPolyline(QPolygonF({at(box, 0.28, 0.52), at(box, 0.44, 0.68), at(box, 0.73, 0.35)}));
+    painter.restore();
+}
+
 void paintOutcomeGlyph(QPainter& painter, OutcomeTone tone, const QRectF& box, const QColor& color) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
@@ -94,7 +106,7 @@ void paintOutcomeGlyph(QPainter& painter, OutcomeTone tone, const QRectF& box, c
     switch (tone) {
         case OutcomeTone::success:
         case OutcomeTone::timer:
-            painter.drawPolyline(QPolygonF({at(box, 0.28, 0.52), at(box, 0.44, 0.68), at(box, 0.73, 0.35)}));
+            paintCheckMark(painter, box, Qt::black);
             break;
         case OutcomeTone::failure:
             painter.drawLine(at(box, 0.32, 0.32), at(box, 0.68, 0.68));

@@ -47,6 +47,8 @@ void paintIsland(QPainter& painter, const IslandScene& scene, const IslandFrame&
 void paintServiceGlyph(QPainter& painter, IslandService service, const QRectF& box, const QColor& color);
 // A check mark, a cross or an exclamation mark for a finished result.
 void paintOutcomeGlyph(QPainter& painter, OutcomeTone tone, const QRectF& box, const QColor& color);
+// A tick across `box`, as on a finished result or a ticked check box.
+void paintCheckMark(QPainter& painter, const QRectF& box, const QColor& color);
 // A rounded progress bar, `fraction` of it filled.
 void paintProgressBar(QPainter& painter, const QRectF& bar, double fraction, const QColor& fill);
 

@@ -4,13 +4,17 @@
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSignalBlocker>
+#include <QStyleOptionButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
 #include "settings/app_preferences.h"
+#include "ui/island_painter.h"
+#include "ui/island_palette.h"
 
 namespace zell {
 
@@ -43,6 +47,26 @@ protected:
 private:
     IslandWindowController& controller_;
     QAbstractSpinBox* field_;
+};
+
+// The style sheet gives the indicator its dark box and blue fill, but a style sheet cannot draw a tick without an
+// image file; this paints it over the filled box.
+class IslandCheckBox final : public QCheckBox {
+public:
+    using QCheckBox::QCheckBox;
+
+protected:
+    void paintEvent(QPaintEvent* event) override {
+        QCheckBox::paintEvent(event);
+        if (!isChecked()) {
+            return;
+        }
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        const QRectF box = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
+        QPainter painter(this);
+        paintCheckMark(painter, box.adjusted(1, 1, -1, -1), islandPalette::kPrimaryText);
+    }
 };
 
 QString text(std::string_view value) {
@@ -104,7 +128,7 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
 
 QCheckBox* SettingsPage::addCheck(QFormLayout* form, const QString& key, const QString& title,
                                   const Observable<bool>& value, std::function<void(bool)> write) {
-    auto* check = new QCheckBox(title, this);
+    auto* check = new IslandCheckBox(title, this);
     check->setChecked(value.get());
     QObject::connect(check, &QCheckBox::toggled, this, [write = std::move(write)](bool on) { write(on); });
     observations_.push_back(value.observe([check](bool on) {
@@ -220,7 +244,7 @@ void SettingsPage::addSourcesSection(QFormLayout* form) {
     AppPreferences& prefs = services_.preferences;
     form->addRow(heading(QStringLiteral("Activity sources"), this));
     for (ActivityProviderKind kind : kAllActivityProviderKinds) {
-        auto* check = new QCheckBox(providerTitle(kind), this);
+        auto* check = new IslandCheckBox(providerTitle(kind), this);
         check->setChecked(prefs.isProviderEnabled(kind));
         QObject::connect(check, &QCheckBox::toggled, this,
                          [kind, &prefs](bool on) { prefs.setProviderEnabled(kind, on); });

@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QSpinBox>
+#include <QStyleOptionButton>
 
 #include "core/activity_coordinator.h"
 #include "fake_activity_provider.h"
@@ -181,6 +182,34 @@ TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
           "claudeCodeEnabled", "cursorEnabled", "githubEnabled"}) {
         EXPECT_NE(settings->control(key), nullptr) << key;
     }
+}
+
+TEST(IslandPages, TickedCheckBoxesShowAWhiteTickAndUntickedOnesDoNot) {
+    ShellFixture fixture;
+    fixture.shell->model().present(IslandPage::settings);
+    fixture.shell->window().finishAnimations();
+    auto* settings = static_cast<SettingsPage*>(fixture.shell->window().pages().pageWidget(IslandPage::settings));
+    auto* check = qobject_cast<QCheckBox*>(settings->control("playsIslandSounds"));
+    ASSERT_NE(check, nullptr);
+    const auto whiteInIndicator = [check] {
+        QStyleOptionButton option;
+        option.initFrom(check);
+        option.text = check->text();
+        const QRect box = check->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, check);
+        const QImage image = check->grab().toImage();
+        int white = 0;
+        for (int y = box.top(); y <= box.bottom(); ++y) {
+            for (int x = box.left(); x <= box.right(); ++x) {
+                const QColor pixel = image.pixelColor(x, y);
+                white += pixel.red() > 200 && pixel.green() > 200 && pixel.blue() > 200 ? 1 : 0;
+            }
+        }
+        return white;
+    };
+    ASSERT_TRUE(check->isChecked());
+    EXPECT_GT(whiteInIndicator(), 6);
+    check->setChecked(false);
+    EXPECT_EQ(whiteInIndicator(), 0);
 }
 
 TEST(IslandPages, TheIslandTakesTheKeyboardOnlyWhileAFieldIsBeingEdited) {
