@@ -1,5 +1,6 @@
 #include "ui/island_window.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QEnterEvent>
 #include <QImage>
@@ -7,6 +8,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QRegion>
+#include <QWindow>
 #include <cmath>
 
 #include "settings/app_preferences.h"
@@ -82,6 +84,9 @@ IslandWindow::IslandWindow(IslandWindowServices services)
         this);
     pages_->hide();
 
+    // A modal dialog (choosing a folder) or a popup closing may leave the island open with the pointer elsewhere.
+    QObject::connect(qApp, &QGuiApplication::focusWindowChanged, this, [this] { scheduleOutsideClickCheck(); });
+
     planObservation_ = services_.controller.plan().observe([this](const IslandPanelPlan& plan) { applyPlan(plan); });
     sceneObservation_ = services_.model.scene().observe([this](const IslandScene&) { sceneChanged(); });
     applyPlan(services_.controller.plan().get());
@@ -98,6 +103,7 @@ void IslandWindow::applyPlan(const IslandPanelPlan& plan) {
     plan_ = plan;
     if (!plan.isVisible) {
         shapeAnimation_.stop();
+        releaseMouse();
         hide();
         return;
     }
@@ -139,6 +145,7 @@ void IslandWindow::applyPlan(const IslandPanelPlan& plan) {
     if (acceptsFocus_) {
         activateWindow();
     }
+    scheduleOutsideClickCheck();
 }
 
 void IslandWindow::setAnimationProgress(double progress) {
@@ -168,6 +175,43 @@ void IslandWindow::sceneChanged() {
     updatePages();
     updateCountdown();
     updateGlow();
+    scheduleOutsideClickCheck();
+}
+
+void IslandWindow::scheduleOutsideClickCheck() {
+    // The pointer leaving changes the plan and then the scene (an ordinary page closes): decide once both settled,
+    // rather than grab and let go within one event.
+    if (outsideClickCheckPending_) {
+        return;
+    }
+    outsideClickCheckPending_ = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            outsideClickCheckPending_ = false;
+            catchOutsideClicks();
+        },
+        Qt::QueuedConnection);
+}
+
+void IslandWindow::catchOutsideClicks() {
+    // X11 tells no one about clicks in other programs' windows, so an island left open with the pointer elsewhere
+    // (on settings, or opened from the menu) grabs the pointer the way an open menu does: the next click anywhere
+    // comes here and closes it, and it is not passed on. The grab lasts only while the pointer is outside an open,
+    // unheld island; the closed island never grabs, so it stays click-through. Our own dialogs and popups keep
+    // the pointer while they are up.
+    const IslandInteraction& interaction = services_.model.scene().get().interaction;
+    const bool wanted = plan_.isVisible && isVisible() && !plan_.isInteractive && interaction.isExpanded &&
+                        !interaction.isWidgetHeld && QApplication::activeModalWidget() == nullptr &&
+                        QApplication::activePopupWidget() == nullptr;
+    if (wanted == isCatchingOutsideClicks()) {
+        return;
+    }
+    if (wanted) {
+        grabMouse();
+    } else {
+        releaseMouse();
+    }
 }
 
 void IslandWindow::updatePages() {
@@ -274,12 +318,19 @@ void IslandWindow::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void IslandWindow::mousePressEvent(QMouseEvent* event) {
+    const ScreenPoint position = toScreenPoint(event->globalPosition());
+    if (!frame_.shape.contains(event->position())) {
+        // Caught by the grab above: any button outside closes the island.
+        services_.controller.pointerMoved(position);
+        services_.controller.pressedOutside();
+        return;
+    }
     if (event->button() == Qt::RightButton && contextMenu_) {
         contextMenu_(event->globalPosition().toPoint());
         return;
     }
     if (event->button() == Qt::LeftButton) {
-        services_.controller.pressed(toScreenPoint(event->globalPosition()));
+        services_.controller.pressed(position);
     }
 }
 

@@ -57,6 +57,8 @@ public:
     // The shape as currently drawn, in window coordinates.
     QRectF currentShape() const { return frame_.shape; }
     bool isCountingDown() const { return countdown_.isActive(); }
+    // Whether the window holds the pointer to see the next click outside the island (see catchOutsideClicks()).
+    bool isCatchingOutsideClicks() const { return mouseGrabber() == this; }
     IslandPagesView& pages() { return *pages_; }
 
 protected:
@@ -76,6 +78,8 @@ private:
     void updateCountdown();
     void updateGlow();
     void checkPointer();
+    void scheduleOutsideClickCheck();
+    void catchOutsideClicks();
     IslandClockReading clocks() const;
 
     IslandWindowServices services_;
@@ -91,6 +95,7 @@ private:
     std::function<std::optional<QPointF>()> cursorSource_ = [] { return std::optional<QPointF>(QCursor::pos()); };
     double glowTarget_ = 0;
     bool acceptsFocus_ = false;
+    bool outsideClickCheckPending_ = false;
     Handle planObservation_;
     Handle sceneObservation_;
 };

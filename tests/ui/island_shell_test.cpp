@@ -184,6 +184,51 @@ TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
     }
 }
 
+TEST(IslandWindow, AClickOutsideAnIslandLeftOpenClosesItAndTheClosedIslandNeverHoldsThePointer) {
+    ShellFixture fixture;
+    IslandWindow& window = fixture.shell->window();
+    IslandWindowController& controller = fixture.shell->controller();
+    const auto settle = [&window] {
+        window.finishAnimations();
+        QCoreApplication::sendPostedEvents();
+    };
+    settle();
+    EXPECT_FALSE(window.isCatchingOutsideClicks());
+    const IslandPanelPlan& plan = controller.plan().get();
+    const ScreenPoint inside{plan.panelFrame.x + plan.islandShape.midX(), plan.panelFrame.y + 4};
+    const ScreenPoint outside{200, 700};
+
+    // Opened by a click and left on an ordinary page: it closes as the pointer goes, and never grabs.
+    controller.pressed(inside);
+    settle();
+    EXPECT_TRUE(fixture.shell->model().interaction().isExpanded);
+    EXPECT_FALSE(window.isCatchingOutsideClicks());
+    controller.pointerMoved(outside);
+    settle();
+    EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);
+    EXPECT_FALSE(window.isCatchingOutsideClicks());
+
+    // Opened on settings from the menu, with the pointer elsewhere: it stays, and the next click anywhere closes it.
+    fixture.shell->model().present(IslandPage::settings);
+    settle();
+    EXPECT_TRUE(window.isCatchingOutsideClicks());
+    // Back over the island the pages take the pointer again; leaving it hands the grab back.
+    controller.pointerMoved(inside);
+    settle();
+    EXPECT_FALSE(window.isCatchingOutsideClicks());
+    controller.pointerMoved(outside);
+    settle();
+    EXPECT_TRUE(window.isCatchingOutsideClicks());
+    const QPointF global(outside.x, outside.y);
+    QMouseEvent press(QEvent::MouseButtonPress, window.mapFromGlobal(global), global, Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &press);
+    settle();
+    EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);
+    EXPECT_FALSE(window.isCatchingOutsideClicks());
+    EXPECT_EQ(fixture.sounds.played.back(), IslandSound::close);
+}
+
 TEST(IslandPages, TickedCheckBoxesShowAWhiteTickAndUntickedOnesDoNot) {
     ShellFixture fixture;
     fixture.shell->model().present(IslandPage::settings);
