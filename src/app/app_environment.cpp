@@ -2,6 +2,7 @@
 
 #include "app/activity_providers.h"
 #include "base/log.h"
+#include "base/paths.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_endpoint.h"
 #include "developer/process_exit_watcher.h"

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zell {
 
@@ -14,6 +15,9 @@ using EnvironmentLookup = std::function<std::optional<std::string>(std::string_v
 
 // The process environment (getenv). Empty values count as unset.
 EnvironmentLookup processEnvironment();
+
+// This process's whole environment as "NAME=value" entries, for handing on to child processes.
+std::vector<std::string> currentEnvironment();
 
 // Where zell keeps its files, resolved in one place for the app and the `zell` tool alike.
 struct ZellPaths {

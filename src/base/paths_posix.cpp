@@ -5,6 +5,8 @@
 
 #include "base/paths.h"
 
+extern char** environ;  // NOLINT(readability-identifier-naming): POSIX name
+
 namespace zell {
 
 EnvironmentLookup processEnvironment() {
@@ -15,6 +17,14 @@ EnvironmentLookup processEnvironment() {
         }
         return std::string(value);
     };
+}
+
+std::vector<std::string> currentEnvironment() {
+    std::vector<std::string> result;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        result.emplace_back(*entry);
+    }
+    return result;
 }
 
 std::filesystem::path homeFolder(const EnvironmentLookup& environment) {

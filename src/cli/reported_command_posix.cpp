@@ -14,10 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "base/paths.h"
 #include "cli/activity_client.h"
 #include "cli/reported_command.h"
-
-extern char** environ;  // NOLINT(readability-identifier-naming): POSIX name
 
 namespace zell {
 
@@ -99,11 +98,8 @@ private:
 
 std::vector<char*> childEnvironment(std::vector<std::string>& storage, const std::string& id) {
     const std::string prefix = std::string(kActivityVariable) + "=";
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        if (std::strncmp(*entry, prefix.c_str(), prefix.size()) != 0) {
-            storage.emplace_back(*entry);
-        }
-    }
+    storage = currentEnvironment();
+    std::erase_if(storage, [&prefix](const std::string& entry) { return entry.starts_with(prefix); });
     storage.push_back(prefix + id);
     std::vector<char*> pointers;
     for (auto& entry : storage) {

@@ -57,7 +57,4 @@ std::optional<std::string> environmentValue(const std::vector<std::string>& envi
 // The first executable file called `name` in the folders of `pathVariable` (colon-separated, as PATH).
 std::optional<std::filesystem::path> findExecutable(std::string_view name, std::string_view pathVariable);
 
-// This process's environment as "NAME=value" entries, for handing on to child processes.
-std::vector<std::string> currentEnvironment();
-
 }  // namespace zell

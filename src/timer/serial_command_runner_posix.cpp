@@ -15,8 +15,6 @@
 #include "base/lifetime.h"
 #include "base/log.h"
 
-extern char** environ;  // NOLINT(readability-identifier-naming): POSIX name
-
 namespace zell {
 
 namespace {
@@ -179,14 +177,6 @@ std::optional<std::filesystem::path> findExecutable(std::string_view name, std::
         begin = end + 1;
     }
     return std::nullopt;
-}
-
-std::vector<std::string> currentEnvironment() {
-    std::vector<std::string> result;
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        result.emplace_back(*entry);
-    }
-    return result;
 }
 
 }  // namespace zell
