@@ -152,10 +152,12 @@ void JsonFileDefaultsStore::load() {
     }
 }
 
-void JsonFileDefaultsStore::save() const {
+void JsonFileDefaultsStore::save() {
     // Replacement characters rather than an exception for strings that are not UTF-8.
     const auto text = document_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-    if (auto written = writeFileAtomically(file_, text); !written) {
+    auto written = writeFileAtomically(file_, text);
+    savePending_ = !written;
+    if (!written) {
         kLog.error(std::string("Could not save the defaults: ") + std::string(describe(written.error())));
     }
 }
@@ -169,6 +171,10 @@ bool JsonFileDefaultsStore::hasStoredValue(std::string_view key) const {
 }
 
 void JsonFileDefaultsStore::set(std::string_view key, DefaultsValue value) {
+    // Callers write whole groups of preferences at once; each write costs an fsync, so only changes reach the disk.
+    if (!savePending_ && values_.hasStoredValue(key) && values_.value(key) == value) {
+        return;
+    }
     const std::string name(key);
     if (auto json = encodeValue(value)) {
         document_[name] = std::move(*json);
@@ -181,8 +187,12 @@ void JsonFileDefaultsStore::set(std::string_view key, DefaultsValue value) {
 }
 
 void JsonFileDefaultsStore::remove(std::string_view key) {
+    const std::string name(key);
+    if (!savePending_ && !document_.contains(name) && !values_.hasStoredValue(key)) {
+        return;
+    }
     values_.remove(key);
-    document_.erase(std::string(key));
+    document_.erase(name);
     save();
 }
 

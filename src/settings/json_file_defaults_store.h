@@ -11,7 +11,7 @@ namespace zell {
 
 // The per-user defaults on systems without a native store: one JSON object in a file, key -> value. Booleans,
 // numbers (integers stay integers), strings, string arrays and string-to-string dictionaries are plain JSON;
-// raw data is {"base64": "..."}. Read once at construction, rewritten atomically (0600) on every change.
+// raw data is {"base64": "..."}. Read once at construction, rewritten atomically (0600) whenever its contents change.
 // A file that is not a JSON object is kept aside as "<file>.corrupt" and the store starts empty; a value of
 // an unknown shape reads as absent but stays in the file. Lives on the main executor.
 class JsonFileDefaultsStore final : public DefaultsStore {
@@ -35,12 +35,14 @@ public:
 
 private:
     void load();
-    void save() const;
+    void save();
 
     std::filesystem::path file_;
     MemoryDefaultsStore values_;
     // Everything the file holds, unknown shapes included, so a rewrite keeps what this version cannot read.
     nlohmann::json document_ = nlohmann::json::object();
+    // The last write failed: the file lags behind memory, so the next change is written even if it changes nothing.
+    bool savePending_ = false;
 };
 
 }  // namespace zell

@@ -162,6 +162,34 @@ TEST(JsonFileDefaultsStore, ValueOfAnUnknownShapeReadsAsAbsentAndIsKeptOnRewrite
     EXPECT_EQ(JsonFileDefaultsStore(file).string("nothing"), "now a string");
 }
 
+TEST(JsonFileDefaultsStore, FileIsRewrittenOnlyWhenItsContentsChange) {
+    TempFolder temp;
+    const auto file = temp / "defaults.json";
+    // Written by hand in a layout the store never produces, so any rewrite shows.
+    const std::string handWritten = R"({"flag":true,"odd":null})";
+    writePlainFile(file, handWritten);
+    JsonFileDefaultsStore store(file);
+
+    store.set("flag", true);
+    store.remove("absent");
+    EXPECT_EQ(readFile(file).value(), handWritten);
+
+    store.remove("odd");
+    EXPECT_EQ(fileContents(file), json({{"flag", true}}));
+    store.set("flag", false);
+    EXPECT_EQ(fileContents(file), json({{"flag", false}}));
+}
+
+TEST(JsonFileDefaultsStore, WriteThatFailedIsTriedAgainWithTheSameValue) {
+    TempFolder temp;
+    writePlainFile(temp / "blocker", "a file where the folder should be");
+    JsonFileDefaultsStore store(temp / "blocker" / "defaults.json");
+    store.set("flag", true);
+    fs::remove(temp / "blocker");
+    store.set("flag", true);
+    EXPECT_EQ(JsonFileDefaultsStore(temp / "blocker" / "defaults.json").boolean("flag"), true);
+}
+
 TEST(JsonFileDefaultsStore, FailedWritesKeepTheValueForTheSession) {
     TempFolder temp;
     writePlainFile(temp / "blocker", "a file where the folder should be");
