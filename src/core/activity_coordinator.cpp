@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <deque>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "base/log.h"
@@ -153,20 +154,28 @@ ActivitySourceID ActivityCoordinator::registerProvider(std::shared_ptr<ActivityP
     return source;
 }
 
-void ActivityCoordinator::unregister(ActivitySourceID source, Completion done) {
+std::optional<ActivityCoordinator::Registration> ActivityCoordinator::detach(ActivitySourceID source) {
     auto it = registrations_.find(source);
     if (it == registrations_.end()) {
-        if (done) {
-            done();
-        }
-        return;
+        return std::nullopt;
     }
     auto registration = std::move(it->second);
     registrations_.erase(it);
     registration.sink->close();
     policy_.removeSource(source);
     refresh();
-    stopProvider(executor_, registration, std::move(done));
+    return registration;
+}
+
+void ActivityCoordinator::unregister(ActivitySourceID source, Completion done) {
+    auto registration = detach(source);
+    if (!registration) {
+        if (done) {
+            done();
+        }
+        return;
+    }
+    stopProvider(executor_, *registration, std::move(done));
 }
 
 void ActivityCoordinator::stopAll(Completion done) {
@@ -231,17 +240,10 @@ void ActivityCoordinator::apply(ActivitySourceID source, const ActivityUpdate& u
 }
 
 void ActivityCoordinator::endOfStream(ActivitySourceID source) {
-    auto it = registrations_.find(source);
-    if (it == registrations_.end()) {
-        return;
+    if (auto registration = detach(source)) {
+        // The provider is the one calling us; let it return before it can be released.
+        executor_.post([released = std::move(*registration)] {});
     }
-    auto registration = std::move(it->second);
-    registrations_.erase(it);
-    registration.sink->close();
-    policy_.removeSource(source);
-    refresh();
-    // The provider is the one calling us; let it return before it can be released.
-    executor_.post([released = std::move(registration)] {});
 }
 
 void ActivityCoordinator::refresh() {

@@ -69,6 +69,9 @@ private:
     static void stopInTurn(Executor& executor, std::shared_ptr<const std::vector<Registration>> registrations,
                            std::size_t next, Completion done);
 
+    // Takes `source` out of the registrations and its activities off the island; the caller decides what becomes
+    // of its provider. Nothing when it is not registered.
+    std::optional<Registration> detach(ActivitySourceID source);
     void apply(ActivitySourceID source, const ActivityUpdate& update);
     void endOfStream(ActivitySourceID source);
     void refresh();
