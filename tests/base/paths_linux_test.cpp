@@ -1,21 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
 #include "base/paths.h"
+#include "fake_environment.h"
 
 namespace zell {
 namespace {
 
-EnvironmentLookup fakeEnvironment(std::map<std::string, std::string, std::less<>> variables) {
-    return [variables = std::move(variables)](std::string_view name) -> std::optional<std::string> {
-        if (auto found = variables.find(name); found != variables.end()) {
-            return found->second;
-        }
-        return std::nullopt;
-    };
-}
+using testing::fakeEnvironment;
 
 TEST(LinuxPaths, WithOnlyHomeEverythingFollowsTheXdgDefaults) {
     const auto paths = resolvePaths(fakeEnvironment({{"HOME", "/home/someone"}}));

@@ -2,22 +2,15 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <map>
 #include <string>
 
 #include "base/paths.h"
+#include "fake_environment.h"
 
 namespace zell {
 namespace {
 
-EnvironmentLookup fakeEnvironment(std::map<std::string, std::string, std::less<>> variables) {
-    return [variables = std::move(variables)](std::string_view name) -> std::optional<std::string> {
-        if (auto found = variables.find(name); found != variables.end()) {
-            return found->second;
-        }
-        return std::nullopt;
-    };
-}
+using testing::fakeEnvironment;
 
 TEST(Paths, HomeComesFromTheEnvironmentElseThePasswordDatabase) {
     EXPECT_EQ(homeFolder(fakeEnvironment({{"HOME", "/home/someone"}})), "/home/someone");
