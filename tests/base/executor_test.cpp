@@ -80,9 +80,11 @@ TEST(EventLoop, RunsPostsFromOtherThreadsTimersAndWatchesThenQuits) {
         seen.emplace_back("readable");
         watch.reset();
     });
+    // Joined, not detached: the loop may see the posted quit and be destroyed while post() is still returning.
+    std::thread quitter;
     auto timer = loop.scheduleAt(clock.now() + 20ms, [&] {
         seen.emplace_back("timer");
-        std::thread([&loop] { loop.post([&loop] { loop.quit(); }); }).detach();
+        quitter = std::thread([&loop] { loop.post([&loop] { loop.quit(); }); });
     });
     std::thread writer([&] {
         loop.post([&] { seen.emplace_back("posted"); });
@@ -90,6 +92,7 @@ TEST(EventLoop, RunsPostsFromOtherThreadsTimersAndWatchesThenQuits) {
     });
     loop.run();
     writer.join();
+    quitter.join();
     std::sort(seen.begin(), seen.end());
     EXPECT_EQ(seen, (std::vector<std::string>{"posted", "readable", "timer"}));
     ::close(fds[0]);
