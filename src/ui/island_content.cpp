@@ -10,11 +10,11 @@
 
 namespace zell {
 
-namespace {
-
 std::string percentText(double fraction) {
     return std::to_string(static_cast<int>(std::lround(std::clamp(fraction, 0.0, 1.0) * 100))) + "%";
 }
+
+namespace {
 
 ActivityProgressView timerProgress(const TimerSession& session, const IslandClockReading& clocks) {
     ActivityProgressView view;

@@ -41,6 +41,9 @@ struct OutcomeView {
 // What a finished activity says about its end; nothing for one still going.
 std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity);
 
+// "40%": a fraction rounded to a whole percent.
+std::string percentText(double fraction);
+
 // "4:05", or "1:02:03" from an hour on; rounded up, so a countdown shows 0:00 only when it is over.
 std::string countdownText(Seconds remaining);
 

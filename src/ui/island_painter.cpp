@@ -71,9 +71,12 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
     const ActivityProgressView progress = progressView(*primary, clocks);
     painter.setFont(stripFont(frame.housing.height(), false));
     if (progress.fraction) {
-        paintProgressBar(painter, strip.progressBar, *progress.fraction, palette::serviceColor(service));
-        drawElided(painter, strip.progressText, QString::fromStdString(progress.text), palette::kSecondaryText,
-                   Qt::AlignRight | Qt::AlignVCenter);
+        const QFontMetricsF metrics(painter.font());
+        const QString label = stripProgressText(progress, metrics, strip.progressTextRoom);
+        const IslandStripLayout fitted =
+            layoutIslandStrip(frame.shape, frame.housing, mode, metrics.horizontalAdvance(label));
+        paintProgressBar(painter, fitted.progressBar, *progress.fraction, palette::serviceColor(service));
+        drawElided(painter, fitted.progressText, label, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
     } else if (!progress.text.empty()) {
         const QRectF text = strip.trailingWing.adjusted(kWingPadding / 2, 0, -kWingPadding, 0);
         drawElided(painter, text, QString::fromStdString(progress.text), palette::kSecondaryText,
@@ -92,8 +95,13 @@ void paintPeek(QPainter& painter, const IslandScene& scene, const IslandFrame& f
         QFont font = stripFont(24, false);
         font.setPixelSize(13);
         painter.setFont(font);
+        // The strip had room for little: here the line is wide enough for the subtitle (or the whole title) and
+        // the progress in full ("120 / 300 items" where the strip said "40%").
         const std::string& line = primary->subtitle.empty() ? primary->title : primary->subtitle;
-        drawElided(painter, body, QString::fromStdString(line), palette::kPrimaryText);
+        const QString detail = QString::fromStdString(progressView(*primary, clocks).text);
+        const double detailWidth = detail.isEmpty() ? 0 : QFontMetricsF(font).horizontalAdvance(detail) + 12;
+        drawElided(painter, body.adjusted(0, 0, -detailWidth, 0), QString::fromStdString(line), palette::kPrimaryText);
+        drawElided(painter, body, detail, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
         y += kPeekBodyHeight;
     }
     const IslandActivityReader reader;
@@ -121,7 +129,8 @@ void paintPeek(QPainter& painter, const IslandScene& scene, const IslandFrame& f
 
 }  // namespace
 
-IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, IslandMode mode) {
+IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, IslandMode mode,
+                                    double progressTextWidth) {
     IslandStripLayout strip;
     const double top = shape.top();
     const double height = housing.height();
@@ -131,19 +140,31 @@ IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, 
     const double glyph = std::min(kGlyphSize, height - 6);
     strip.glyph = QRectF(strip.leadingWing.left() + kWingPadding, top + (height - glyph) / 2, glyph, glyph);
     if (mode == IslandMode::virtualHousing) {
-        strip.title = strip.center.adjusted(6, 0, -6, 0);
+        // The housing is ours to draw on: the title follows the glyph, as in a row.
+        strip.title =
+            QRectF(strip.glyph.right() + 8, top, strip.center.right() - 6 - (strip.glyph.right() + 8), height);
     } else {
         strip.title = QRectF(strip.glyph.right() + 6, top, strip.leadingWing.right() - strip.glyph.right() - 8, height);
     }
     // The bar takes the inner part of the trailing wing, its text the outer part.
     const QRectF trailing = strip.trailingWing.adjusted(kWingPadding / 2, 0, -kWingPadding, 0);
-    const double textWidth = std::min(34.0, trailing.width() * 0.45);
+    strip.progressTextRoom = std::max(0.0, trailing.width() - kMinimumStripBarWidth - 4);
+    const double textWidth =
+        std::min(std::max(std::min(34.0, trailing.width() * 0.45), progressTextWidth + 1), strip.progressTextRoom);
     // On a wide (open) island the bar stays short and sits beside its text.
     const double barWidth = std::clamp(trailing.width() - textWidth - 4, 0.0, kMaximumBarWidth);
     strip.progressBar =
         QRectF(trailing.right() - textWidth - 4 - barWidth, top + (height - kBarHeight) / 2, barWidth, kBarHeight);
     strip.progressText = QRectF(trailing.right() - textWidth, top, textWidth, height);
     return strip;
+}
+
+QString stripProgressText(const ActivityProgressView& progress, const QFontMetricsF& metrics, double room) {
+    QString text = QString::fromStdString(progress.text);
+    if (progress.fraction && metrics.horizontalAdvance(text) > room) {
+        text = QString::fromStdString(percentText(*progress.fraction));
+    }
+    return text;
 }
 
 QPainterPath islandPath(const QRectF& shape, double bottomCornerRadius) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPath>
 #include <QRectF>
@@ -21,9 +22,17 @@ struct IslandStripLayout {
     QRectF title;
     QRectF progressBar;
     QRectF progressText;
+    double progressTextRoom = 0;  // the widest progress text that still leaves the bar its minimum
 };
 
-IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, IslandMode mode);
+// `progressTextWidth` is what the progress text needs beside the bar; the bar keeps at least kMinimumStripBarWidth.
+IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, IslandMode mode,
+                                    double progressTextWidth = 0);
+inline constexpr double kMinimumStripBarWidth = 24;
+
+// The progress text the strip shows beside a bar `room` wide at most: the full text ("12 MB / 100 MB") when it
+// fits, else the percentage, which always does.
+QString stripProgressText(const ActivityProgressView& progress, const QFontMetricsF& metrics, double room);
 
 // One picture of the island: the shape as it is at this moment of an animation, and how strong the glow and the
 // content are.

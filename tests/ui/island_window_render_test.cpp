@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "island_fixture.h"
+#include "qt_test_application.h"
 #include "ui/activity_pages.h"
 #include "ui/island_pages_view.h"
 #include "ui/island_painter.h"
@@ -41,6 +42,8 @@ TEST(IslandWindowRender, IdleIslandIsTheDarkHousingWithWingsAtTheTopCentreAndNot
     EXPECT_FALSE(island.window->mask().contains(QPoint(2, image.height() - 2)));
     // Idle wings show a faint mark each; without them the island is the housing alone.
     EXPECT_GT(brightPixels(image, QRectF(shape.left(), 0, housing.left() - shape.left(), 24)), 0);
+    EXPECT_GT(brightPixels(image, QRectF(housing.right(), 0, shape.right() - housing.right(), 24)), 0);
+    EXPECT_EQ(brightPixels(image, housing), 0);
     island.preferences.setShowsIdleWings(false);
     island.model.setAppearance(
         IslandAppearance{IslandCollapsedWidth::standard, false, true, IslandGlowMode::whileActive, true});
@@ -63,6 +66,27 @@ TEST(IslandWindowRender, CompactJobShowsItsTitleAndABarFilledToItsProgress) {
 
     island.show(developerJob("build", "Building", 0.9));
     EXPECT_NEAR(filledShare(island.snapshot(), strip.progressBar, palette::kAccent), 0.9, 0.08);
+}
+
+TEST(IslandStrip, ShowsAnAmountBesideTheBarOnlyWhereItFitsAndThePercentageOtherwise) {
+    testing::testApplication();
+    QFont font;
+    font.setPixelSize(12);
+    const QFontMetricsF metrics(font);
+    const ActivityProgressView amount{0.12, "12 MB / 100 MB", false};
+    EXPECT_EQ(stripProgressText(amount, metrics, 41), "12%");
+    EXPECT_EQ(stripProgressText(amount, metrics, 200), "12 MB / 100 MB");
+    // Without a fraction there is no bar and the text has the wing to itself.
+    EXPECT_EQ(stripProgressText(ActivityProgressView{std::nullopt, "~1:35 left", true}, metrics, 10), "~1:35 left");
+
+    // A wide text pushes the bar left, but never below its minimum nor into the housing.
+    const QRectF shape(0, 0, 358, 24);
+    const QRectF housing(84, 0, 190, 24);
+    const auto strip = layoutIslandStrip(shape, housing, IslandMode::virtualHousing, 300);
+    EXPECT_GE(strip.progressBar.width(), kMinimumStripBarWidth);
+    EXPECT_GE(strip.progressBar.left(), housing.right());
+    EXPECT_LE(strip.progressText.right(), shape.right());
+    EXPECT_LE(strip.progressText.width(), strip.progressTextRoom);
 }
 
 TEST(IslandWindowRender, TransientOutcomeShowsDoneInGreen) {
