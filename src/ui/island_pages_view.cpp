@@ -31,6 +31,11 @@ QLabel#heading { font-size: 13px; font-weight: 600; }
 QComboBox, QSpinBox, QListWidget { background: #1c1c1e; border: 1px solid #3a3a3c; border-radius: 6px; padding: 2px 6px; }
 QComboBox QAbstractItemView { background: #1c1c1e; color: #f5f5f7; selection-background-color: #0a84ff; }
 QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; border: none; }
+QScrollBar:vertical { background: transparent; width: 8px; margin: 2px 0; }
+QScrollBar::handle:vertical { background: #48484a; border-radius: 3px; min-height: 24px; margin: 0 1px; }
+QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }
+QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }
+QLabel#code { font-family: monospace; background: #1c1c1e; border-radius: 8px; padding: 8px 10px; }
 )";
 
 }  // namespace

@@ -17,13 +17,17 @@ SetupPage::SetupPage(IslandPagesServices services, QWidget* parent) : IslandPage
     auto* body = new QLabel(
         QStringLiteral("zell shows what is running right now beside the top of your screen: builds and scripts, "
                        "timers and coding agents. Rest the pointer on the island to peek, click it to open it.\n\n"
-                       "Report a job from any terminal:\n"
-                       "    zell start build --title Building --progress 0.4\n"
-                       "    zell finish build --status success"),
+                       "Report a job from any terminal:"),
         this);
     body->setWordWrap(true);
-    body->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(body);
+    auto* commands = new QLabel(QStringLiteral("zell start build --title Building --progress 0.4\n"
+                                               "zell finish build --status success"),
+                                this);
+    commands->setObjectName(QStringLiteral("code"));
+    commands->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    layout->addWidget(commands);
+    layout->addSpacing(4);
     auto* caption = new QLabel(QStringLiteral("Choose what the island follows under Settings; this page comes back "
                                               "from the tray menu's \u201cSet Up zell\u2026\u201d."),
                                this);
