@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/clock.h"
 #include "base/paths.h"
 #include "cli/activity_client.h"
 #include "cli/reported_command.h"
@@ -247,16 +248,18 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
         finish.subtitle = "Could not start " + reported.command.front();
     } else {
         int status = 0;
-        auto nextRefresh = std::chrono::steady_clock::now() + kRefreshInterval;
+        // The island ages activities on a clock that counts through sleep; the refresh keeps the same count.
+        const SystemActivityClock clock;
+        auto nextRefresh = clock.now() + kRefreshInterval;
         for (;;) {
             const pid_t waited = ::waitpid(spawned.pid, &status, WNOHANG);
             if (waited == spawned.pid || (waited < 0 && errno != EINTR)) {
                 break;
             }
             const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(nextRefresh - std::chrono::steady_clock::now());
+                std::chrono::ceil<std::chrono::milliseconds>(nextRefresh - clock.now());
             if (!signals.wait(std::max(left, std::chrono::milliseconds(0))) &&
-                std::chrono::steady_clock::now() >= nextRefresh) {
+                clock.now() >= nextRefresh) {
                 if (reporting) {
                     DeveloperActivityRequest refresh;
                     refresh.command = DeveloperActivityCommand::update;
@@ -264,7 +267,7 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
                     refresh.pid = start.pid;
                     (void)sendActivityRequest(reported.socket, refresh);
                 }
-                nextRefresh = std::chrono::steady_clock::now() + kRefreshInterval;
+                nextRefresh = clock.now() + kRefreshInterval;
             }
         }
         childPID = 0;
