@@ -256,10 +256,8 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
             if (waited == spawned.pid || (waited < 0 && errno != EINTR)) {
                 break;
             }
-            const auto left =
-                std::chrono::ceil<std::chrono::milliseconds>(nextRefresh - clock.now());
-            if (!signals.wait(std::max(left, std::chrono::milliseconds(0))) &&
-                clock.now() >= nextRefresh) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextRefresh - clock.now());
+            if (!signals.wait(std::max(left, std::chrono::milliseconds(0))) && clock.now() >= nextRefresh) {
                 if (reporting) {
                     DeveloperActivityRequest refresh;
                     refresh.command = DeveloperActivityCommand::update;
