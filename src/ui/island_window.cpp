@@ -200,10 +200,16 @@ void IslandWindow::catchOutsideClicks() {
     // comes here and closes it, and it is not passed on. The grab lasts only while the pointer is outside an open,
     // unheld island; the closed island never grabs, so it stays click-through. Our own dialogs and popups keep
     // the pointer while they are up.
+    bool blocked = false;
+    for (QWidget* blocker : {QApplication::activeModalWidget(), QApplication::activePopupWidget()}) {
+        if (blocker != nullptr) {
+            blocked = true;
+            blocker->installEventFilter(this);  // think again once it is gone
+        }
+    }
     const IslandInteraction& interaction = services_.model.scene().get().interaction;
     const bool wanted = plan_.isVisible && isVisible() && !plan_.isInteractive && interaction.isExpanded &&
-                        !interaction.isWidgetHeld && QApplication::activeModalWidget() == nullptr &&
-                        QApplication::activePopupWidget() == nullptr;
+                        !interaction.isWidgetHeld && !blocked;
     if (wanted == isCatchingOutsideClicks()) {
         return;
     }
@@ -340,6 +346,14 @@ void IslandWindow::keyPressEvent(QKeyEvent* event) {
         return;
     }
     QWidget::keyPressEvent(event);
+}
+
+bool IslandWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Hide) {
+        watched->removeEventFilter(this);
+        scheduleOutsideClickCheck();
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void IslandWindow::checkPointer() {

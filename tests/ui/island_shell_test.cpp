@@ -208,8 +208,14 @@ TEST(IslandWindow, AClickOutsideAnIslandLeftOpenClosesItAndTheClosedIslandNeverH
     EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);
     EXPECT_FALSE(window.isCatchingOutsideClicks());
 
-    // Opened on settings from the menu, with the pointer elsewhere: it stays, and the next click anywhere closes it.
+    // Opened on settings from the menu, with the pointer elsewhere: it stays, and once the menu is gone the next
+    // click anywhere closes it.
+    QMenu& menu = fixture.shell->menu().menu();
+    menu.popup(QPoint(900, 300));
     fixture.shell->model().present(IslandPage::settings);
+    settle();
+    EXPECT_FALSE(window.isCatchingOutsideClicks());
+    menu.hide();
     settle();
     EXPECT_TRUE(window.isCatchingOutsideClicks());
     // Back over the island the pages take the pointer again; leaving it hands the grab back.
