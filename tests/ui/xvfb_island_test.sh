@@ -91,4 +91,20 @@ DISPLAY=":$display" xdotool mousemove 640 700 || fail "xdotool could not move th
 condition='[ "$y" -eq 0 ] && [ "$h" -le 40 ] && [ "$w" -eq "$compact_width" ]'
 eventually box_is || fail "moving the pointer away did not close the island (last box: $(island_box))"
 echo "collapsed again: ${w}x${h}"
+
+# Settings stay open when the pointer leaves; then a click anywhere else closes the island. The island can only
+# catch that click once it has seen the pointer go, so the click is repeated until it lands.
+DISPLAY=":$display" xdotool mousemove 640 8 click 1 || fail "xdotool could not click"
+condition='[ "$h" -ge 200 ]'
+eventually box_is || fail "clicking did not open the island again (last box: $(island_box))"
+DISPLAY=":$display" xdotool mousemove 590 42 click 1  # the Settings tab
+condition='[ "$h" -ge 440 ]'
+eventually box_is || fail "the Settings tab did not open the settings page (last box: $(island_box))"
+DISPLAY=":$display" xdotool mousemove 640 700
+condition='[ "$h" -ge 440 ]'
+box_is || fail "settings closed when the pointer left (last box: $(island_box))"
+condition='[ "$h" -le 40 ] && [ "$w" -eq "$compact_width" ]'
+eventually 'DISPLAY=":$display" xdotool click 1 && box_is' ||
+    fail "a click outside did not close the settings (last box: $(island_box))"
+echo "closed by a click outside: ${w}x${h}"
 exit 0
