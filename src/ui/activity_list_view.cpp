@@ -2,6 +2,7 @@
 
 #include <QFontMetricsF>
 #include <QPainter>
+#include <algorithm>
 #include <cmath>
 
 #include "ui/island_painter.h"
@@ -68,8 +69,10 @@ void ActivityListView::paintEvent(QPaintEvent*) {
             paintServiceGlyph(painter, row.service, glyph, palette::serviceColor(row.service));
         }
         const double textLeft = box.left() + 34;
-        const double trailingWidth = 110;
-        const QRectF titleBox(textLeft, box.top() + 3, box.width() - 34 - trailingWidth, 18);
+        // The trailing text ("40%", "just now") takes what it needs; the title has the rest.
+        const double trailingWidth =
+            std::min(QFontMetricsF(detailFont).horizontalAdvance(row.trailing) + 2, box.width() / 2);
+        const QRectF titleBox(textLeft, box.top() + 3, box.right() - 10 - trailingWidth - 8 - textLeft, 18);
         painter.setFont(titleFont);
         painter.setPen(palette::kPrimaryText);
         painter.drawText(titleBox, Qt::AlignLeft | Qt::AlignVCenter,

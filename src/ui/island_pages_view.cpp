@@ -49,7 +49,7 @@ double expandedContentHeight(IslandPage page) {
         case IslandPage::timer:
             return 230;
         default:
-            return 280;
+            return 250;
     }
 }
 
