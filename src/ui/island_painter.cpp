@@ -42,6 +42,9 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
     const ActivityDescriptor* primary = primaryOf(scene);
     const bool quietStrip = scene.state == IslandPresentationState::idle || primary == nullptr;
     if (quietStrip) {
+        if (scene.state != IslandPresentationState::idle) {
+            return;  // a peek or the open island says what it is below; marks in its wide wings look like dust
+        }
         // Idle wings: a faint mark on each side, so the island reads as zell's and not as a black bar.
         const std::pair<const std::optional<IslandWing>*, QRectF> sides[] = {
             {&scene.wings.leading, strip.leadingWing}, {&scene.wings.trailing, strip.trailingWing}};

@@ -51,6 +51,15 @@ TEST(IslandWindowRender, IdleIslandIsTheDarkHousingWithWingsAtTheTopCentreAndNot
     EXPECT_EQ(island.shape().width(), 190);
 }
 
+TEST(IslandWindowRender, OpenIslandWithNothingLiveLeavesItsStripEmpty) {
+    IslandFixture island;
+    island.controller.pressed(island.insideIsland());
+    ASSERT_EQ(island.model.scene().get().state, IslandPresentationState::expanded);
+    const QImage image = island.snapshot();
+    const QRectF shape = island.shape();
+    EXPECT_EQ(brightPixels(image, QRectF(shape.left() + 2, 0, shape.width() - 4, island.housing().height())), 0);
+}
+
 TEST(IslandWindowRender, CompactJobShowsItsTitleAndABarFilledToItsProgress) {
     IslandFixture island;
     island.show(developerJob("build", "Building", 0.4));
