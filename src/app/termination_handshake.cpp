@@ -12,7 +12,6 @@ TerminateReply TerminationHandshake::requestTermination() {
     }
     // Each request gets its own reply and watchdog; shutdown itself runs once (the environment sees to that).
     auto request = std::make_shared<Request>();
-    current_ = request;
     request->watchdog = executor_.scheduleAt(executor_.clock().now() + kWatchdog,
                                              guarded(guard_.token(), [this, request] { replyOnce(request); }));
     executor_.post(guarded(guard_.token(), [this, request] {

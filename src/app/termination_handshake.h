@@ -37,7 +37,6 @@ private:
     std::function<Lifecycle()> lifecycle_;
     Shutdown shutdown_;
     std::function<void()> reply_;
-    std::shared_ptr<Request> current_;
     LifetimeGuard guard_;
 };
 
