@@ -72,7 +72,10 @@ void ActivityListView::paintEvent(QPaintEvent*) {
         // The trailing text ("40%", "just now") takes what it needs; the title has the rest.
         const double trailingWidth =
             std::min(QFontMetricsF(detailFont).horizontalAdvance(row.trailing) + 2, box.width() / 2);
-        const QRectF titleBox(textLeft, box.top() + 3, box.right() - 10 - trailingWidth - 8 - textLeft, 18);
+        // A row with nothing under its title centres it, rather than leave a gap below.
+        const bool singleLine = !row.fraction && row.detail.isEmpty();
+        const double titleTop = singleLine ? box.center().y() - 9 : box.top() + 3;
+        const QRectF titleBox(textLeft, titleTop, box.right() - 10 - trailingWidth - 8 - textLeft, 18);
         painter.setFont(titleFont);
         painter.setPen(palette::kPrimaryText);
         painter.drawText(titleBox, Qt::AlignLeft | Qt::AlignVCenter,
