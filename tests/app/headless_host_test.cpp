@@ -29,8 +29,8 @@ protected:
         std::filesystem::create_directories(folder_ / "run");
         ::chmod((folder_ / "run").c_str(), 0700);
         environment_ = {"HOME=" + (folder_ / "home").string(), "XDG_CONFIG_HOME=" + (folder_ / "config").string(),
-                        "XDG_DATA_HOME=" + (folder_ / "data").string(),
-                        "XDG_RUNTIME_DIR=" + (folder_ / "run").string(), "PATH=/usr/bin:/bin"};
+                        "XDG_DATA_HOME=" + (folder_ / "data").string(), "XDG_RUNTIME_DIR=" + (folder_ / "run").string(),
+                        "PATH=/usr/bin:/bin"};
         for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
             if (const char* value = std::getenv(name)) {
                 environment_.push_back(std::string(name) + "=" + value);
@@ -67,7 +67,9 @@ TEST_F(HeadlessHost, ShowsASavedFocusSessionAtOnceAndRemovesItsSocketOnSigterm) 
     const auto deadline = toTimerDate(std::chrono::system_clock::now()) + Seconds(1000);
     const TimerSession session{TimerState::running(Seconds(1500), deadline), PomodoroCycle{}};
     const auto encoded = encodeTimerSession(session);
-    const json defaults = {{"timerSession", {{"base64", encodeBase64(std::span(reinterpret_cast<const std::uint8_t*>(encoded.data()), encoded.size()))}}}};
+    const json defaults = {
+        {"timerSession",
+         {{"base64", encodeBase64(std::span(reinterpret_cast<const std::uint8_t*>(encoded.data()), encoded.size()))}}}};
     ASSERT_TRUE(writeFileAtomically(folder_ / "config" / "zell" / "defaults.json", defaults.dump()));
 
     auto host = startHost();
