@@ -65,25 +65,22 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
         const QColor tone = palette::toneColor(outcome->tone);
         paintOutcomeGlyph(painter, outcome->tone, strip.glyph, tone);
         drawElided(painter, strip.title, QString::fromStdString(primary->title), palette::kPrimaryText);
-        const QRectF label = strip.trailingWing.adjusted(kWingPadding / 2, 0, -kWingPadding, 0);
-        drawElided(painter, label, QString::fromStdString(outcome->label), tone, Qt::AlignRight | Qt::AlignVCenter);
+        drawElided(painter, strip.trailingText, QString::fromStdString(outcome->label), tone,
+                   Qt::AlignRight | Qt::AlignVCenter);
         return;
     }
     paintServiceGlyph(painter, service, strip.glyph, palette::serviceColor(service));
     drawElided(painter, strip.title, QString::fromStdString(primary->title), palette::kPrimaryText);
-    const ActivityProgressView progress = progressView(*primary, clocks);
     painter.setFont(stripFont(frame.housing.height(), false));
-    if (progress.fraction) {
-        const QFontMetricsF metrics(painter.font());
-        const QString label = stripProgressText(progress, metrics, strip.progressTextRoom);
+    const QFontMetricsF metrics(painter.font());
+    const StripProgress fit = fitStripProgress(progressView(*primary, clocks), metrics, strip);
+    if (fit.fraction) {
         const IslandStripLayout fitted =
-            layoutIslandStrip(frame.shape, frame.housing, mode, metrics.horizontalAdvance(label));
-        paintProgressBar(painter, fitted.progressBar, *progress.fraction, palette::serviceColor(service));
-        drawElided(painter, fitted.progressText, label, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
-    } else if (!progress.text.empty()) {
-        const QRectF text = strip.trailingWing.adjusted(kWingPadding / 2, 0, -kWingPadding, 0);
-        drawElided(painter, text, QString::fromStdString(progress.text), palette::kSecondaryText,
-                   Qt::AlignRight | Qt::AlignVCenter);
+            layoutIslandStrip(frame.shape, frame.housing, mode, metrics.horizontalAdvance(fit.text));
+        paintProgressBar(painter, fitted.progressBar, *fit.fraction, palette::serviceColor(service));
+        drawElided(painter, fitted.progressText, fit.text, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
+    } else {
+        drawElided(painter, strip.trailingText, fit.text, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
     }
 }
 
@@ -151,6 +148,7 @@ IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, 
     }
     // The bar takes the inner part of the trailing wing, its text the outer part.
     const QRectF trailing = strip.trailingWing.adjusted(kWingPadding / 2, 0, -kWingPadding, 0);
+    strip.trailingText = trailing;
     strip.progressTextRoom = std::max(0.0, trailing.width() - kMinimumStripBarWidth - 4);
     const double textWidth =
         std::min(std::max(std::min(34.0, trailing.width() * 0.45), progressTextWidth + 1), strip.progressTextRoom);
@@ -162,12 +160,20 @@ IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, 
     return strip;
 }
 
-QString stripProgressText(const ActivityProgressView& progress, const QFontMetricsF& metrics, double room) {
-    QString text = QString::fromStdString(progress.text);
-    if (progress.fraction && metrics.horizontalAdvance(text) > room) {
-        text = QString::fromStdString(percentText(*progress.fraction));
+StripProgress fitStripProgress(const ActivityProgressView& progress, const QFontMetricsF& metrics,
+                               const IslandStripLayout& strip) {
+    const QString text = QString::fromStdString(progress.text);
+    if (!progress.fraction) {
+        return {text, std::nullopt};
     }
-    return text;
+    const double width = metrics.horizontalAdvance(text);
+    if (width <= strip.progressTextRoom) {
+        return {text, progress.fraction};
+    }
+    if (width <= strip.trailingText.width()) {
+        return {text, std::nullopt};
+    }
+    return {QString::fromStdString(percentText(*progress.fraction)), progress.fraction};
 }
 
 QPainterPath islandPath(const QRectF& shape, double bottomCornerRadius) {

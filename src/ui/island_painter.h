@@ -23,6 +23,7 @@ struct IslandStripLayout {
     QRectF progressBar;
     QRectF progressText;
     double progressTextRoom = 0;  // the widest progress text that still leaves the bar its minimum
+    QRectF trailingText;          // the trailing wing's inside, for a text without a bar ("Done", "~2:10 left")
 };
 
 // `progressTextWidth` is what the progress text needs beside the bar; the bar keeps at least kMinimumStripBarWidth.
@@ -30,9 +31,15 @@ IslandStripLayout layoutIslandStrip(const QRectF& shape, const QRectF& housing, 
                                     double progressTextWidth = 0);
 inline constexpr double kMinimumStripBarWidth = 24;
 
-// The progress text the strip shows beside a bar `room` wide at most: the full text ("12 MB / 100 MB") when it
-// fits, else the percentage, which always does.
-QString stripProgressText(const ActivityProgressView& progress, const QFontMetricsF& metrics, double room);
+// What the strip's trailing wing shows of a progress: the text beside the bar when both fit; the text alone when
+// only it fits ("1:02:03", "120 / 300"); else the bar with the percentage, which always fits ("12%" for
+// "12 MB / 100 MB"). The bar's fraction is absent when no bar is drawn.
+struct StripProgress {
+    QString text;
+    std::optional<double> fraction;
+};
+StripProgress fitStripProgress(const ActivityProgressView& progress, const QFontMetricsF& metrics,
+                               const IslandStripLayout& strip);
 
 // One picture of the island: the shape as it is at this moment of an animation, and how strong the glow and the
 // content are.

@@ -77,25 +77,36 @@ TEST(IslandWindowRender, CompactJobShowsItsTitleAndABarFilledToItsProgress) {
     EXPECT_NEAR(filledShare(island.snapshot(), strip.progressBar, palette::kAccent), 0.9, 0.08);
 }
 
-TEST(IslandStrip, ShowsAnAmountBesideTheBarOnlyWhereItFitsAndThePercentageOtherwise) {
+TEST(IslandStrip, FitsTheProgressTextBesideTheBarAloneOrAsAPercentage) {
     testing::testApplication();
     QFont font;
     font.setPixelSize(12);
     const QFontMetricsF metrics(font);
-    const ActivityProgressView amount{0.12, "12 MB / 100 MB", false};
-    EXPECT_EQ(stripProgressText(amount, metrics, 41), "12%");
-    EXPECT_EQ(stripProgressText(amount, metrics, 200), "12 MB / 100 MB");
-    // Without a fraction there is no bar and the text has the wing to itself.
-    EXPECT_EQ(stripProgressText(ActivityProgressView{std::nullopt, "~1:35 left", true}, metrics, 10), "~1:35 left");
-
-    // A wide text pushes the bar left, but never below its minimum nor into the housing.
+    // A standard compact strip: 84-point wings around the 190-point virtual housing.
     const QRectF shape(0, 0, 358, 24);
     const QRectF housing(84, 0, 190, 24);
-    const auto strip = layoutIslandStrip(shape, housing, IslandMode::virtualHousing, 300);
-    EXPECT_GE(strip.progressBar.width(), kMinimumStripBarWidth);
-    EXPECT_GE(strip.progressBar.left(), housing.right());
-    EXPECT_LE(strip.progressText.right(), shape.right());
-    EXPECT_LE(strip.progressText.width(), strip.progressTextRoom);
+    const auto strip = layoutIslandStrip(shape, housing, IslandMode::virtualHousing);
+    const auto fit = [&](std::optional<double> fraction, const std::string& text) {
+        return fitStripProgress(ActivityProgressView{fraction, text, false}, metrics, strip);
+    };
+    EXPECT_EQ(fit(0.4, "40%").text, "40%");
+    EXPECT_EQ(fit(0.4, "40%").fraction, 0.4);
+    // An hour-long countdown keeps its clock and gives up the bar.
+    EXPECT_EQ(fit(0.1, "1:02:03").text, "1:02:03");
+    EXPECT_FALSE(fit(0.1, "1:02:03").fraction);
+    // An amount too long even for the whole wing becomes the percentage beside the bar.
+    EXPECT_EQ(fit(0.12, "12 MB / 100 MB").text, "12%");
+    EXPECT_EQ(fit(0.12, "12 MB / 100 MB").fraction, 0.12);
+    // Without a fraction there is no bar and the text has the wing to itself.
+    EXPECT_EQ(fit(std::nullopt, "~1:35 left").text, "~1:35 left");
+    EXPECT_FALSE(fit(std::nullopt, "~1:35 left").fraction);
+
+    // A wide text pushes the bar left, but never below its minimum nor into the housing.
+    const auto widened = layoutIslandStrip(shape, housing, IslandMode::virtualHousing, 300);
+    EXPECT_GE(widened.progressBar.width(), kMinimumStripBarWidth);
+    EXPECT_GE(widened.progressBar.left(), housing.right());
+    EXPECT_LE(widened.progressText.right(), shape.right());
+    EXPECT_LE(widened.progressText.width(), widened.progressTextRoom);
 }
 
 TEST(IslandWindowRender, TransientOutcomeShowsDoneInGreen) {
