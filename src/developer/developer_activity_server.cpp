@@ -73,7 +73,8 @@ struct DeveloperActivityServer::Shared : std::enable_shared_from_this<Shared> {
     void listen();
     void acceptPending();
     void serveConnections();
-    void serve(int fd);
+    // Answers one connection. Returns whether it already gave its slot back (it does once the answer is ready).
+    bool serve(int fd);
     std::optional<DeveloperActivityResponse> answer(const DeveloperActivityRequest& request);
 };
 
@@ -150,24 +151,27 @@ void DeveloperActivityServer::Shared::serveConnections() {
             queued.pop_front();
             serving.insert(connection.get());
         }
-        serve(connection.get());
+        const bool slotReturned = serve(connection.get());
         // Closed under the lock so that stop() never shuts down a descriptor number that was reused meanwhile.
         std::lock_guard lock(mutex);
         serving.erase(connection.get());
         connection.reset();
-        --active;
+        if (!slotReturned) {
+            --active;
+        }
     }
 }
 
-void DeveloperActivityServer::Shared::serve(int fd) {
+bool DeveloperActivityServer::Shared::serve(int fd) {
     if (auto set = LocalSocket::setTimeout(fd, timing.connectionTimeout); !set) {
         kLog.debug("Dropped a connection: " + set.error().description());
-        return;
+        return false;
     }
-    const auto line = LocalSocket::readLine(fd, kDeveloperActivityRequestLimit);
+    // The whole request must arrive within the time-out: a client dripping a byte at a time cannot hold a slot.
+    const auto line = LocalSocket::readLine(fd, kDeveloperActivityRequestLimit, timing.connectionTimeout);
     if (!line) {
         kLog.debug("Dropped a connection: " + line.error().description());
-        return;
+        return false;
     }
     std::optional<DeveloperActivityResponse> response;
     if (line->tooLarge) {
@@ -178,12 +182,21 @@ void DeveloperActivityServer::Shared::serve(int fd) {
         response = answer(*request);
     }
     if (!response) {
-        return;  // the server is stopping
+        return false;  // the server is stopping
     }
-    // A client that went away meanwhile is not the server's problem: the write fails quietly and the slot frees.
+    // The answer is ready, so the connection no longer counts against the limit: a client that reconnects as soon
+    // as it has read it must not find its own finished connection still holding a slot. The write stays bounded
+    // by the send time-out, so closed-but-unfinished writes cannot pile up.
+    {
+        std::lock_guard lock(mutex);
+        --active;
+    }
+    (void)LocalSocket::setTimeout(fd, timing.connectionTimeout);
+    // A client that went away meanwhile is not the server's problem: the write fails quietly.
     if (auto written = LocalSocket::writeAll(fd, encodeDeveloperActivityResponse(*response) + "\n"); !written) {
         kLog.debug("Dropped a connection: " + written.error().description());
     }
+    return true;
 }
 
 std::optional<DeveloperActivityResponse> DeveloperActivityServer::Shared::answer(

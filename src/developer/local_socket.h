@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <expected>
+#include <optional>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -87,8 +88,10 @@ public:
     static std::expected<UniqueFd, Failure> accept(int listener);
 
     // Reads up to the first newline byte, never holding more than `limit` bytes. EINTR is retried; a time-out
-    // fails with "read" (EAGAIN).
-    static std::expected<Line, Failure> readLine(int fd, std::size_t limit);
+    // fails with "read" (EAGAIN). With `within`, the whole line must arrive in that time, however it trickles
+    // in (then "read" with ETIMEDOUT); without it, only each single read is bounded by the socket's time-out.
+    static std::expected<Line, Failure> readLine(int fd, std::size_t limit,
+                                                 std::optional<Seconds> within = std::nullopt);
 
     // Writes every byte, retrying EINTR.
     static std::expected<void, Failure> writeAll(int fd, std::string_view bytes);

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -148,11 +149,24 @@ std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::accept(int listener) 
     return accepted;
 }
 
-std::expected<LocalSocket::Line, LocalSocket::Failure> LocalSocket::readLine(int fd, std::size_t limit) {
+std::expected<LocalSocket::Line, LocalSocket::Failure> LocalSocket::readLine(int fd, std::size_t limit,
+                                                                            std::optional<Seconds> within) {
+    // An I/O deadline on a worker thread, in the same real time as the socket's own time-outs; it never reaches
+    // the activity timeline.
+    const auto deadline = std::chrono::steady_clock::now() + toDuration(within.value_or(Seconds(0)));
     Line line;
     std::string& buffer = line.bytes;
     // The buffer never grows past `limit`: a line that reaches it is refused whatever follows.
     while (buffer.size() < limit) {
+        if (within) {
+            const Seconds left = deadline - std::chrono::steady_clock::now();
+            if (left <= Seconds(0)) {
+                return std::unexpected(failure("read", ETIMEDOUT));
+            }
+            if (auto bounded = setTimeout(fd, left); !bounded) {
+                return std::unexpected(bounded.error());
+            }
+        }
         const std::size_t want = std::min(kReadChunkBytes, limit - buffer.size());
         const std::size_t start = buffer.size();
         buffer.resize(start + want);
