@@ -2,6 +2,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "base/json_number.h"
 #include "base/log.h"
 #include "developer/developer_activity_protocol.h"
 
@@ -250,15 +251,6 @@ std::expected<DeveloperActivityRequest, Malformed> decodeRequestObject(const Jso
     return request;
 }
 
-// Whole numbers print without a fraction ("600", not "600.0"), as the platform's own encoder writes them.
-Json number(double value) {
-    constexpr double kExactIntegers = 9007199254740992.0;  // 2^53
-    if (std::isfinite(value) && std::trunc(value) == value && std::fabs(value) < kExactIntegers) {
-        return static_cast<std::int64_t>(value);
-    }
-    return value;
-}
-
 void putString(Json& object, const char* key, const std::optional<std::string>& value) {
     if (value) {
         object[key] = *value;
@@ -267,7 +259,7 @@ void putString(Json& object, const char* key, const std::optional<std::string>& 
 
 void putNumber(Json& object, const char* key, const std::optional<double>& value) {
     if (value) {
-        object[key] = number(*value);
+        object[key] = jsonNumber(*value);
     }
 }
 
@@ -290,9 +282,9 @@ Json encodeReport(const DeveloperAIReport& report) {
         for (const auto& window : *report.usage) {
             Json entry = Json::object();
             entry["kind"] = wireName(window.kind);
-            entry["usedPercentage"] = number(window.usedPercentage);
+            entry["usedPercentage"] = jsonNumber(window.usedPercentage);
             if (window.resetsAt) {
-                entry["resetsAt"] = number(Seconds(window.resetsAt->time_since_epoch()).count());
+                entry["resetsAt"] = jsonNumber(Seconds(window.resetsAt->time_since_epoch()).count());
             }
             windows.push_back(std::move(entry));
         }

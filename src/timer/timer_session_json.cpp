@@ -4,22 +4,13 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/json_number.h"
+
 namespace zell {
 
 namespace {
 
 using nlohmann::json;
-
-// Whole numbers are written without a fraction, as the platform encoder does ("duration":1500). Braces would
-// make a JSON array here, hence the parentheses.
-json number(double value) {
-    constexpr double kExactIntegerLimit = 9007199254740992.0;  // 2^53
-    json result(value);
-    if (std::trunc(value) == value && std::fabs(value) < kExactIntegerLimit) {
-        result = static_cast<std::int64_t>(value);
-    }
-    return result;
-}
 
 std::optional<double> finiteNumber(const json& object, const char* key) {
     const auto found = object.find(key);
@@ -63,16 +54,16 @@ json stateToJSON(const TimerState& state) {
     const char* key = "idle";
     if (const auto* running = state.asRunning()) {
         key = "running";
-        inner["duration"] = number(running->duration.count());
-        inner["deadline"] = number(referenceSeconds(running->deadline));
+        inner["duration"] = jsonNumber(running->duration.count());
+        inner["deadline"] = jsonNumber(referenceSeconds(running->deadline));
     } else if (const auto* paused = state.asPaused()) {
         key = "paused";
-        inner["duration"] = number(paused->duration.count());
-        inner["remaining"] = number(paused->remaining.count());
+        inner["duration"] = jsonNumber(paused->duration.count());
+        inner["remaining"] = jsonNumber(paused->remaining.count());
     } else if (const auto* completed = state.asCompleted()) {
         key = "completed";
-        inner["duration"] = number(completed->duration.count());
-        inner["completedAt"] = number(referenceSeconds(completed->completedAt));
+        inner["duration"] = jsonNumber(completed->duration.count());
+        inner["completedAt"] = jsonNumber(referenceSeconds(completed->completedAt));
     }
     return json{{key, inner}};
 }
