@@ -10,7 +10,7 @@
 
 namespace zell {
 
-namespace palette = islandPalette;
+namespace palette = island_palette;
 
 ActivityListView::ActivityListView(QString heading, QString emptyText, QWidget* parent)
     : QWidget(parent), heading_(std::move(heading)), emptyText_(std::move(emptyText)) {

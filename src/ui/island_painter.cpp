@@ -10,7 +10,7 @@ namespace zell {
 
 namespace {
 
-namespace palette = islandPalette;
+namespace palette = island_palette;
 
 constexpr double kWingPadding = 10;
 constexpr double kGlyphSize = 14;

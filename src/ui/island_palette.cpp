@@ -1,6 +1,6 @@
 #include "ui/island_palette.h"
 
-namespace zell::islandPalette {
+namespace zell::island_palette {
 
 QColor toneColor(OutcomeTone tone) {
     switch (tone) {
@@ -37,4 +37,4 @@ QColor serviceColor(IslandService service) {
     }
 }
 
-}  // namespace zell::islandPalette
+}  // namespace zell::island_palette

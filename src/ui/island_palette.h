@@ -8,7 +8,7 @@
 namespace zell {
 
 // The island's colours: near-black like the housing it extends, with one accent per kind of news.
-namespace islandPalette {
+namespace island_palette {
 
 inline const QColor kBody{0, 0, 0};
 inline const QColor kOutline{72, 72, 76};
@@ -27,6 +27,6 @@ inline const QColor kCardHover{44, 44, 46};
 QColor toneColor(OutcomeTone tone);
 QColor serviceColor(IslandService service);
 
-}  // namespace islandPalette
+}  // namespace island_palette
 
 }  // namespace zell

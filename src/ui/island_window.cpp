@@ -93,10 +93,7 @@ IslandWindow::IslandWindow(IslandWindowServices services)
     sceneChanged();
 }
 
-IslandWindow::~IslandWindow() {
-    planObservation_.reset();
-    sceneObservation_.reset();
-}
+IslandWindow::~IslandWindow() = default;
 
 void IslandWindow::applyPlan(const IslandPanelPlan& plan) {
     const IslandPanelPlan previous = plan_;

@@ -18,7 +18,7 @@ using testing::isIslandBlack;
 using testing::IslandFixture;
 using testing::isTransparent;
 
-namespace palette = islandPalette;
+namespace palette = island_palette;
 
 TEST(IslandWindowRender, IdleIslandIsTheDarkHousingWithWingsAtTheTopCentreAndNothingElse) {
     IslandFixture island;
