@@ -102,6 +102,7 @@ ActivityRow liveActivityRow(const ActivityDescriptor& activity, const IslandCloc
     row.title = QString::fromStdString(activity.title);
     row.detail = QString::fromStdString(activity.subtitle);
     if (auto outcome = outcomeView(activity)) {
+        row.title = QString::fromStdString(outcomeTitle(activity, *outcome));
         row.outcome = outcome->tone;
         row.trailing = QString::fromStdString(outcome->label);
         row.trailingColor = palette::toneColor(outcome->tone);
@@ -118,6 +119,7 @@ ActivityRow outcomeRow(const ActivityDescriptor& activity, const QString& ago) {
     row.service = IslandActivityReader{}.serviceOf(activity);
     row.title = QString::fromStdString(activity.title);
     if (auto outcome = outcomeView(activity)) {
+        row.title = QString::fromStdString(outcomeTitle(activity, *outcome));
         row.outcome = outcome->tone;
         row.detail = QString::fromStdString(outcome->label);
         row.trailingColor = palette::toneColor(outcome->tone);

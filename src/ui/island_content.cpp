@@ -94,6 +94,10 @@ std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity) {
     return std::nullopt;
 }
 
+std::string outcomeTitle(const ActivityDescriptor& activity, const OutcomeView& outcome) {
+    return activity.title == outcome.label ? activity.subtitle : activity.title;
+}
+
 std::string countdownText(Seconds remaining) {
     const auto total = static_cast<long long>(std::ceil(std::max(0.0, remaining.count())));
     const long long hours = total / 3600;

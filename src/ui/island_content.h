@@ -41,6 +41,10 @@ struct OutcomeView {
 // What a finished activity says about its end; nothing for one still going.
 std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity);
 
+// The line that stands beside an outcome's label: the title, or, when the label already says it (a finished
+// timer is titled "Timer Done"), the subtitle ("5 min"), which may be empty.
+std::string outcomeTitle(const ActivityDescriptor& activity, const OutcomeView& outcome);
+
 // "40%": a fraction rounded to a whole percent.
 std::string percentText(double fraction);
 

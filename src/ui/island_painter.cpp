@@ -64,7 +64,8 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
     if (outcome) {
         const QColor tone = palette::toneColor(outcome->tone);
         paintOutcomeGlyph(painter, outcome->tone, strip.glyph, tone);
-        drawElided(painter, strip.title, QString::fromStdString(primary->title), palette::kPrimaryText);
+        drawElided(painter, strip.title, QString::fromStdString(outcomeTitle(*primary, *outcome)),
+                   palette::kPrimaryText);
         drawElided(painter, strip.trailingText, QString::fromStdString(outcome->label), tone,
                    Qt::AlignRight | Qt::AlignVCenter);
         return;

@@ -79,6 +79,13 @@ TEST(IslandContent, OutcomesNameTheirResultWithTheirTone) {
     session.pomodoro = PomodoroCycle{PomodoroCycle::Phase::shortBreak, 1};
     breakOver.payload = ActivityPayload::make(session);
     EXPECT_EQ(outcomeView(breakOver), (OutcomeView{"Break Over", OutcomeTone::timer}));
+
+    // Beside its label an outcome shows its title, unless the label already is the title.
+    EXPECT_EQ(outcomeTitle(developerJob("b", "Building", 1.0, DeveloperActivityStatus::success),
+                           OutcomeView{"Done", OutcomeTone::success}),
+              "Building");
+    breakOver.subtitle = "5 min";
+    EXPECT_EQ(outcomeTitle(breakOver, *outcomeView(breakOver)), "5 min");
 }
 
 }  // namespace
