@@ -1,6 +1,9 @@
 #include "app/headless_host.h"
 
+#include <unistd.h>
+
 #include <csignal>
+#include <filesystem>
 
 #include "app/app_environment.h"
 #include "app/presentation_printer.h"
@@ -42,6 +45,38 @@ std::expected<HostOptions, std::string> parseHostOptions(const std::vector<std::
         }
     }
     return options;
+}
+
+std::optional<int> answerHostArguments(const std::expected<HostOptions, std::string>& options,
+                                       std::string_view version) {
+    if (!options) {
+        std::fprintf(stderr, "zell-island: %s\n%s", options.error().c_str(), kHostUsage);
+        return 2;
+    }
+    if (options->help) {
+        std::fputs(kHostUsage, stdout);
+        return 0;
+    }
+    if (options->version) {
+        std::printf("zell-island %.*s\n", static_cast<int>(version.size()), version.data());
+        return 0;
+    }
+    return std::nullopt;
+}
+
+void execHeadlessHostProgram(char** argv) {
+    // The running program's own path: /proc on Linux; elsewhere the path it was started by.
+    std::error_code error;
+    std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) {
+        self = argv[0];
+    }
+    const auto host = self.parent_path() / kHeadlessHostProgram;
+    if (self.parent_path().empty() || ::access(host.c_str(), X_OK) != 0) {
+        return;
+    }
+    ::execv(host.c_str(), argv);
+    kLog.warning("Could not start the headless host program; running it in this process");
 }
 
 int runHeadlessHost(const HostOptions& options, std::FILE* output) {

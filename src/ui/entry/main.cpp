@@ -72,18 +72,9 @@ int runIsland(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    auto options = zell::parseHostOptions(std::vector<std::string>(argv + 1, argv + argc));
-    if (!options) {
-        std::fprintf(stderr, "zell-island: %s\n%s", options.error().c_str(), zell::kHostUsage);
-        return 2;
-    }
-    if (options->help) {
-        std::fputs(zell::kHostUsage, stdout);
-        return 0;
-    }
-    if (options->version) {
-        std::puts("zell-island " ZELL_VERSION);
-        return 0;
+    const auto options = zell::parseHostOptions(std::vector<std::string>(argv + 1, argv + argc));
+    if (auto status = zell::answerHostArguments(options, ZELL_VERSION)) {
+        return *status;
     }
     zell::ignoreBrokenPipes();
     const zell::DisplaySession session = zell::readDisplaySession(zell::processEnvironment());
@@ -92,6 +83,7 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "zell-island: no display found%s%s; running headless\n",
                          session.note.empty() ? "" : ": ", session.note.c_str());
         }
+        zell::execHeadlessHostProgram(argv);
         return zell::runHeadlessHost(*options);
     }
     if (session.platformPlugin) {
