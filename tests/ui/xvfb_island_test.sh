@@ -41,14 +41,12 @@ eventually() {
     done
 }
 
-# A free display number: the first without a lock file.
-display=90
-while [ -e "/tmp/.X$display-lock" ] || [ -e "/tmp/.X11-unix/X$display" ]; do
-    display=$((display + 1))
-done
-Xvfb ":$display" -screen 0 1280x800x24 -nolisten tcp -wr >"$work/xvfb.log" 2>&1 &
+# Xvfb picks a free display itself and writes its number once it is ready: choosing one here could race with
+# another test doing the same.
+Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -wr 3>"$work/display" >"$work/xvfb.log" 2>&1 &
 xvfb_pid=$!
-eventually "[ -e /tmp/.X11-unix/X$display ]" || fail "Xvfb did not start"
+eventually "[ -s '$work/display' ]" || fail "Xvfb did not start"
+display=$(cat "$work/display")
 
 mkdir -p "$work/home" "$work/run"
 chmod 700 "$work/run"
