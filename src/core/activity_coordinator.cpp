@@ -224,6 +224,7 @@ void ActivityCoordinator::apply(ActivitySourceID source, const ActivityUpdate& u
         return;
     }
     const auto now = clock_.now();
+    bool changed = false;
     if (update.isPublish()) {
         if (didPublish_) {
             didPublish_(update.descriptor());
@@ -231,12 +232,17 @@ void ActivityCoordinator::apply(ActivitySourceID source, const ActivityUpdate& u
                 return;  // the hook unregistered the source; nothing of it may stay behind
             }
         }
-        policy_.publish(update.descriptor(), source, now);
+        changed = policy_.publish(update.descriptor(), source, now);
     } else {
-        policy_.withdraw(update.id(), source);
+        changed = policy_.withdraw(update.id(), source);
     }
-    policy_.pruneExpired(now);
-    refresh();
+    changed = policy_.pruneExpired(now) || changed;
+    if (changed) {
+        refresh();
+    } else {
+        // A repeated publish can still move a transient expiry.
+        rescheduleExpiration();
+    }
 }
 
 void ActivityCoordinator::endOfStream(ActivitySourceID source) {

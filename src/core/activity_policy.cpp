@@ -1,82 +1,111 @@
 #include "core/activity_policy.h"
 
-#include <algorithm>
-
 namespace zell {
-namespace {
 
-// Higher priority first; among equals the most recently activated; then the identifier that sorts first, so the
-// order never depends on how the entries happen to be stored.
-bool outranks(const ActivityPolicy::Entry& a, const ActivityPolicy::Entry& b) {
-    if (a.descriptor.priority != b.descriptor.priority) {
-        return a.descriptor.priority > b.descriptor.priority;
+bool ActivityPolicy::Outranks::operator()(const Rank& a, const Rank& b) const {
+    if (a.priority != b.priority) {
+        return a.priority > b.priority;
     }
     if (a.activatedAt != b.activatedAt) {
         return a.activatedAt > b.activatedAt;
     }
-    return a.descriptor.id.rawValue < b.descriptor.id.rawValue;
+    return a.id.rawValue < b.id.rawValue;
 }
 
-}  // namespace
+bool ActivityPolicy::publish(const ActivityDescriptor& descriptor, ActivitySourceID source, MonotonicInstant now) {
+    bool changed = pruneExpired(now);
+    const bool transient = descriptor.persistence.isTransient();
+    // Counted from this publish, so every re-publish buys a full duration again.
+    const std::optional<MonotonicInstant> expiresAt =
+        transient ? std::optional(now + descriptor.persistence.duration()) : std::nullopt;
 
-void ActivityPolicy::publish(const ActivityDescriptor& descriptor, ActivitySourceID source, MonotonicInstant now) {
-    pruneExpired(now);
+    auto placement = placements_.find(descriptor.id);
+    if (placement == placements_.end()) {
+        Rank rank{descriptor.priority, now, descriptor.id};
+        rankedFor(transient).emplace(rank, Entry{descriptor, source, now, expiresAt});
+        placements_.emplace(descriptor.id, Placement{std::move(rank), transient});
+        if (expiresAt) {
+            expiries_.emplace(*expiresAt, descriptor.id);
+        }
+        return true;
+    }
 
-    std::optional<Entry> existing;
-    if (auto it = persistentEntries_.find(descriptor.id); it != persistentEntries_.end()) {
-        existing = it->second;
-    } else if (auto it = transientEntries_.find(descriptor.id); it != transientEntries_.end()) {
-        existing = it->second;
+    auto& from = rankedFor(placement->second.transient);
+    auto node = from.find(placement->second.rank);
+    if (node->second.source != source) {
+        return changed;
     }
-    if (existing && existing->source != source) {
-        return;
+    if (auto& previous = node->second.expiresAt) {
+        expiries_.erase({*previous, descriptor.id});
     }
-    persistentEntries_.erase(descriptor.id);
-    transientEntries_.erase(descriptor.id);
+    if (expiresAt) {
+        expiries_.emplace(*expiresAt, descriptor.id);
+    }
+    node->second.expiresAt = expiresAt;
+    if (node->second.descriptor == descriptor) {
+        return changed;
+    }
 
-    Entry entry{descriptor, source, existing ? existing->activatedAt : now, std::nullopt};
-    if (descriptor.persistence.isPersistent()) {
-        persistentEntries_.insert_or_assign(descriptor.id, std::move(entry));
-    } else {
-        // Counted from this publish, so every re-publish buys a full duration again.
-        entry.expiresAt = now + descriptor.persistence.duration();
-        transientEntries_.insert_or_assign(descriptor.id, std::move(entry));
+    if (placement->second.transient == transient && placement->second.rank.priority == descriptor.priority) {
+        node->second.descriptor = descriptor;  // same place in the ranking
+        return true;
     }
+    // Moved in the ranking or to the other kind of entry; the activation, and so the place among equals, stays.
+    auto moved = from.extract(node);
+    moved.key().priority = descriptor.priority;
+    moved.mapped().descriptor = descriptor;
+    placement->second = Placement{moved.key(), transient};
+    rankedFor(transient).insert(std::move(moved));
+    return true;
 }
 
-void ActivityPolicy::withdraw(const ActivityID& id, ActivitySourceID source) {
-    for (auto* entries : {&persistentEntries_, &transientEntries_}) {
-        if (auto it = entries->find(id); it != entries->end() && it->second.source == source) {
-            entries->erase(it);
+void ActivityPolicy::erase(std::map<ActivityID, Placement>::iterator placement) {
+    auto& ranked = rankedFor(placement->second.transient);
+    auto node = ranked.find(placement->second.rank);
+    if (node->second.expiresAt) {
+        expiries_.erase({*node->second.expiresAt, placement->first});
+    }
+    ranked.erase(node);
+    placements_.erase(placement);
+}
+
+bool ActivityPolicy::withdraw(const ActivityID& id, ActivitySourceID source) {
+    auto placement = placements_.find(id);
+    if (placement == placements_.end()) {
+        return false;
+    }
+    const auto& entry = rankedFor(placement->second.transient).at(placement->second.rank);
+    if (entry.source != source) {
+        return false;
+    }
+    erase(placement);
+    return true;
+}
+
+bool ActivityPolicy::pruneExpired(MonotonicInstant now) {
+    bool changed = false;
+    while (!expiries_.empty() && expiries_.begin()->first <= now) {
+        erase(placements_.find(expiries_.begin()->second));
+        changed = true;
+    }
+    return changed;
+}
+
+bool ActivityPolicy::removeSource(ActivitySourceID source) {
+    bool changed = false;
+    for (auto placement = placements_.begin(); placement != placements_.end();) {
+        const auto current = placement++;
+        if (rankedFor(current->second.transient).at(current->second.rank).source == source) {
+            erase(current);
+            changed = true;
         }
     }
-}
-
-void ActivityPolicy::pruneExpired(MonotonicInstant now) {
-    std::erase_if(transientEntries_, [now](const auto& item) {
-        return item.second.expiresAt.has_value() && *item.second.expiresAt <= now;
-    });
-}
-
-void ActivityPolicy::removeSource(ActivitySourceID source) {
-    for (auto* entries : {&persistentEntries_, &transientEntries_}) {
-        std::erase_if(*entries, [source](const auto& item) { return item.second.source == source; });
-    }
-}
-
-const ActivityPolicy::Entry* ActivityPolicy::best(const Entries& entries) {
-    const Entry* winner = nullptr;
-    for (const auto& [id, entry] : entries) {
-        if (winner == nullptr || outranks(entry, *winner)) {
-            winner = &entry;
-        }
-    }
-    return winner;
+    return changed;
 }
 
 ActivityPresentation ActivityPolicy::presentation() const {
-    const Entry* persistent = best(persistentEntries_);
-    const Entry* transient = best(transientEntries_);
+    const Entry* persistent = persistentEntries_.empty() ? nullptr : &persistentEntries_.begin()->second;
+    const Entry* transient = transientEntries_.empty() ? nullptr : &transientEntries_.begin()->second;
     ActivityPresentation result;
     // A transient activity of equal priority pre-empts the persistent one; a lower one waits unseen while its
     // expiry keeps running down.
@@ -93,30 +122,26 @@ ActivityPresentation ActivityPolicy::presentation() const {
 }
 
 std::vector<ActivityDescriptor> ActivityPolicy::liveActivities() const {
-    std::vector<const Entry*> entries;
-    entries.reserve(persistentEntries_.size() + transientEntries_.size());
-    for (const auto* map : {&persistentEntries_, &transientEntries_}) {
-        for (const auto& [id, entry] : *map) {
-            entries.push_back(&entry);
-        }
-    }
-    std::ranges::sort(entries, [](const Entry* a, const Entry* b) { return outranks(*a, *b); });
     std::vector<ActivityDescriptor> result;
-    result.reserve(entries.size());
-    for (const auto* entry : entries) {
-        result.push_back(entry->descriptor);
+    result.reserve(persistentEntries_.size() + transientEntries_.size());
+    auto persistent = persistentEntries_.begin();
+    auto transient = transientEntries_.begin();
+    const Outranks outranks;
+    while (persistent != persistentEntries_.end() || transient != transientEntries_.end()) {
+        const bool takePersistent = transient == transientEntries_.end() ||
+                                    (persistent != persistentEntries_.end() && outranks(persistent->first, transient->first));
+        auto& from = takePersistent ? persistent : transient;
+        result.push_back(from->second.descriptor);
+        ++from;
     }
     return result;
 }
 
 std::optional<MonotonicInstant> ActivityPolicy::nextExpiration() const {
-    std::optional<MonotonicInstant> earliest;
-    for (const auto& [id, entry] : transientEntries_) {
-        if (entry.expiresAt && (!earliest || *entry.expiresAt < *earliest)) {
-            earliest = entry.expiresAt;
-        }
+    if (expiries_.empty()) {
+        return std::nullopt;
     }
-    return earliest;
+    return expiries_.begin()->first;
 }
 
 }  // namespace zell

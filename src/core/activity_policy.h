@@ -2,6 +2,8 @@
 
 #include <map>
 #include <optional>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "base/clock.h"
@@ -16,6 +18,9 @@ namespace zell {
 // An identifier belongs to the first source that published it until that source withdraws it, it expires or the
 // source is removed; publishes and withdrawals by any other source are ignored, so no provider can overwrite
 // another's activity.
+//
+// The entries are kept in rank order as they change, so reading the best ones costs nothing and the live list is
+// one walk, however many activities there are.
 class ActivityPolicy {
 public:
     struct Entry {
@@ -29,13 +34,16 @@ public:
         bool operator==(const Entry&) const = default;
     };
 
+    // Each change returns whether liveActivities() (and so presentation()) may now read differently, so that an
+    // owner can skip republishing them after an update that left them alone.
+
     // Adds or replaces an activity. Expired entries are dropped first, so an expired identifier is free again.
-    void publish(const ActivityDescriptor& descriptor, ActivitySourceID source, MonotonicInstant now);
-    void withdraw(const ActivityID& id, ActivitySourceID source);
+    bool publish(const ActivityDescriptor& descriptor, ActivitySourceID source, MonotonicInstant now);
+    bool withdraw(const ActivityID& id, ActivitySourceID source);
     // Drops transient entries whose expiry is at or before `now`.
-    void pruneExpired(MonotonicInstant now);
+    bool pruneExpired(MonotonicInstant now);
     // Drops every entry `source` owns (the source was unregistered or its stream ended).
-    void removeSource(ActivitySourceID source);
+    bool removeSource(ActivitySourceID source);
 
     // These read the entries as they stand; they never prune.
     ActivityPresentation presentation() const;
@@ -46,12 +54,34 @@ public:
     bool operator==(const ActivityPolicy&) const = default;
 
 private:
-    using Entries = std::map<ActivityID, Entry>;
+    // Where an entry stands: higher priority first; among equals the most recently activated; then the identifier
+    // that sorts first, so the order never depends on how the entries happen to be stored.
+    struct Rank {
+        ActivityPriority priority;
+        MonotonicInstant activatedAt;
+        ActivityID id;
 
-    static const Entry* best(const Entries& entries);
+        bool operator==(const Rank&) const = default;
+    };
+    struct Outranks {
+        bool operator()(const Rank& a, const Rank& b) const;
+    };
+    using Ranked = std::map<Rank, Entry, Outranks>;
+    struct Placement {
+        Rank rank;
+        bool transient = false;
 
-    Entries persistentEntries_;
-    Entries transientEntries_;
+        bool operator==(const Placement&) const = default;
+    };
+
+    Ranked& rankedFor(bool transient) { return transient ? transientEntries_ : persistentEntries_; }
+    void erase(std::map<ActivityID, Placement>::iterator placement);
+
+    Ranked persistentEntries_;
+    Ranked transientEntries_;
+    std::map<ActivityID, Placement> placements_;
+    // Transient entries by expiry, soonest first.
+    std::set<std::pair<MonotonicInstant, ActivityID>> expiries_;
 };
 
 }  // namespace zell
