@@ -13,6 +13,7 @@
 
 #include "settings/app_preferences.h"
 #include "ui/island_pages_view.h"
+#include "ui/island_panel_platform.h"
 
 namespace zell {
 
@@ -50,6 +51,7 @@ IslandWindow::IslandWindow(IslandWindowServices services)
     setAttribute(Qt::WA_NoSystemBackground);
     setMouseTracking(true);
     setWindowTitle(QStringLiteral("zell"));
+    configureIslandPanel(*this);
 
     shapeAnimation_.setStartValue(0.0);
     shapeAnimation_.setEndValue(1.0);

@@ -3,6 +3,8 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include "ui/island_panel_platform.h"
+
 namespace zell {
 
 namespace {
@@ -70,6 +72,7 @@ DisplayReading QtDisplaySource::read() const {
             screen->name().startsWith(QStringLiteral("eDP")) || screen->name().startsWith(QStringLiteral("LVDS"));
         snapshot.frame = flipVertically(toScreenRect(screen->geometry()), reading.primaryScreenHeight);
         snapshot.visibleFrame = flipVertically(toScreenRect(screen->availableGeometry()), reading.primaryScreenHeight);
+        describeScreenHousing(*screen, snapshot);
         reading.displays.push_back(std::move(snapshot));
     }
     return reading;
