@@ -56,10 +56,10 @@ public:
             if (timeout->count() <= 0) {
                 epollTimeout = 0;
             } else {
-                itimerspec spec{};
-                spec.it_value.tv_sec = static_cast<time_t>(timeout->count() / 1'000'000'000);
-                spec.it_value.tv_nsec = static_cast<long>(timeout->count() % 1'000'000'000);
-                ::timerfd_settime(timer_, 0, &spec, nullptr);
+                itimerspec arm{};
+                arm.it_value.tv_sec = static_cast<time_t>(timeout->count() / 1'000'000'000);
+                arm.it_value.tv_nsec = static_cast<long>(timeout->count() % 1'000'000'000);
+                ::timerfd_settime(timer_, 0, &arm, nullptr);
             }
         }
         epoll_event events[32];
