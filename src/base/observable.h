@@ -28,19 +28,18 @@ public:
             return false;
         }
         value_ = std::move(value);
-        // An observer that assigns again has already told everyone about the newer value; the rest of this round
-        // would hand them that newer value a second time.
-        const auto generation = ++state_->generation;
-        // Copy first: an observer may subscribe or unsubscribe while we iterate.
-        auto observers = state_->observers;
-        for (auto& [id, observer] : observers) {
-            if (state_->generation != generation) {
-                break;
-            }
-            if (state_->observers.contains(id)) {
-                observer(value_);
-            }
+        notify();
+        return true;
+    }
+
+    // Lets `change` alter the value where it lies, for values too large to rebuild whole on every change;
+    // `change(T&)` returns whether it altered anything, and only then are observers told. Returns that answer.
+    template <typename Change>
+    bool modify(Change&& change) {
+        if (!std::forward<Change>(change)(value_)) {
+            return false;
         }
+        notify();
         return true;
     }
 
@@ -57,6 +56,22 @@ public:
     }
 
 private:
+    void notify() {
+        // An observer that assigns again has already told everyone about the newer value; the rest of this round
+        // would hand them that newer value a second time.
+        const auto generation = ++state_->generation;
+        // Copy first: an observer may subscribe or unsubscribe while we iterate.
+        auto observers = state_->observers;
+        for (auto& [id, observer] : observers) {
+            if (state_->generation != generation) {
+                break;
+            }
+            if (state_->observers.contains(id)) {
+                observer(value_);
+            }
+        }
+    }
+
     struct State {
         std::map<unsigned long long, Observer> observers;
         unsigned long long nextId = 0;

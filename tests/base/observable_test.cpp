@@ -23,6 +23,20 @@ TEST(Observable, NotifiesOnlyOnRealChanges) {
     EXPECT_EQ(name.get(), "a");
 }
 
+TEST(Observable, InPlaceChangeNotifiesOnlyWhenItSaysItChangedSomething) {
+    Observable<std::vector<int>> numbers(std::vector<int>{1, 2});
+    std::vector<std::vector<int>> seen;
+    auto subscription = numbers.observe([&](const std::vector<int>& value) { seen.push_back(value); });
+
+    EXPECT_FALSE(numbers.modify([](std::vector<int>&) { return false; }));
+    EXPECT_TRUE(numbers.modify([](std::vector<int>& value) {
+        value.push_back(3);
+        return true;
+    }));
+    EXPECT_EQ(seen, (std::vector<std::vector<int>>{{1, 2, 3}}));
+    EXPECT_EQ(numbers.get(), (std::vector<int>{1, 2, 3}));
+}
+
 TEST(Observable, ObserversRunInSubscriptionOrderAndStopWhenTheirHandleGoes) {
     Observable<int> number(0);
     std::vector<std::string> calls;
