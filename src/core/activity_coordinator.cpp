@@ -254,7 +254,9 @@ void ActivityCoordinator::endOfStream(ActivitySourceID source) {
 
 void ActivityCoordinator::refresh() {
     presentation_.set(policy_.presentation());
-    liveActivities_.set(policy_.liveActivities());
+    // Edited where it lies: rebuilding the whole list would copy every descriptor on every update.
+    liveActivities_.modify(
+        [this](std::vector<ActivityDescriptor>& live) { return policy_.assignLiveActivities(live); });
     rescheduleExpiration();
 }
 

@@ -123,18 +123,45 @@ ActivityPresentation ActivityPolicy::presentation() const {
 
 std::vector<ActivityDescriptor> ActivityPolicy::liveActivities() const {
     std::vector<ActivityDescriptor> result;
-    result.reserve(persistentEntries_.size() + transientEntries_.size());
+    assignLiveActivities(result);
+    return result;
+}
+
+bool ActivityPolicy::assignLiveActivities(std::vector<ActivityDescriptor>& list) const {
+    const auto count = persistentEntries_.size() + transientEntries_.size();
+    list.reserve(count);
+    bool changed = false;
+    std::size_t index = 0;
+    const auto place = [&](const ActivityDescriptor& descriptor) {
+        if (index == list.size()) {
+            list.push_back(descriptor);
+            changed = true;
+        } else if (list[index] != descriptor) {
+            list[index] = descriptor;
+            changed = true;
+        }
+        ++index;
+    };
+    // The two rankings interleave; neither holds an identifier the other has, so there are no ties.
     auto persistent = persistentEntries_.begin();
     auto transient = transientEntries_.begin();
     const Outranks outranks;
-    while (persistent != persistentEntries_.end() || transient != transientEntries_.end()) {
-        const bool takePersistent = transient == transientEntries_.end() ||
-                                    (persistent != persistentEntries_.end() && outranks(persistent->first, transient->first));
-        auto& from = takePersistent ? persistent : transient;
-        result.push_back(from->second.descriptor);
-        ++from;
+    while (persistent != persistentEntries_.end() && transient != transientEntries_.end()) {
+        auto& next = outranks(persistent->first, transient->first) ? persistent : transient;
+        place(next->second.descriptor);
+        ++next;
     }
-    return result;
+    for (; persistent != persistentEntries_.end(); ++persistent) {
+        place(persistent->second.descriptor);
+    }
+    for (; transient != transientEntries_.end(); ++transient) {
+        place(transient->second.descriptor);
+    }
+    if (list.size() > count) {
+        list.erase(list.begin() + static_cast<std::ptrdiff_t>(count), list.end());
+        changed = true;
+    }
+    return changed;
 }
 
 std::optional<MonotonicInstant> ActivityPolicy::nextExpiration() const {

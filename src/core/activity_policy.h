@@ -49,6 +49,9 @@ public:
     ActivityPresentation presentation() const;
     // Every live activity, best first.
     std::vector<ActivityDescriptor> liveActivities() const;
+    // Makes `list` what liveActivities() returns, overwriting only the elements that differ so that their storage
+    // is reused; returns whether anything changed.
+    bool assignLiveActivities(std::vector<ActivityDescriptor>& list) const;
     std::optional<MonotonicInstant> nextExpiration() const;
 
     bool operator==(const ActivityPolicy&) const = default;

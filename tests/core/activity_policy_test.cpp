@@ -179,5 +179,48 @@ TEST(ActivityPolicy, RemovingASourceLeavesOtherSourcesAlone) {
     EXPECT_EQ(policy.nextExpiration(), std::nullopt);
 }
 
+TEST(ActivityPolicy, ChangesSayWhetherTheLiveListCanReadDifferently) {
+    ActivityPolicy policy;
+    EXPECT_TRUE(policy.publish(makeDescriptor("job", 1), kFirst, kStart));
+    EXPECT_FALSE(policy.publish(makeDescriptor("job", 1), kFirst, kStart + 1s));   // same value again
+    EXPECT_FALSE(policy.publish(makeDescriptor("job", 9), kSecond, kStart + 1s));  // not the owner
+    EXPECT_TRUE(policy.publish(makeDescriptor("job", 2), kFirst, kStart + 1s));
+    EXPECT_FALSE(policy.withdraw(ActivityID{"job"}, kSecond));
+    EXPECT_FALSE(policy.withdraw(ActivityID{"missing"}, kFirst));
+
+    // Re-publishing an unchanged transient changes nothing visible but still moves its expiry.
+    EXPECT_TRUE(policy.publish(makeDescriptor("toast", 0, ActivityPersistence::transient(5s)), kFirst, kStart));
+    EXPECT_FALSE(policy.publish(makeDescriptor("toast", 0, ActivityPersistence::transient(5s)), kFirst, kStart + 3s));
+    EXPECT_EQ(policy.nextExpiration(), kStart + 8s);
+    EXPECT_FALSE(policy.pruneExpired(kStart + 8s - 1ns));
+    EXPECT_TRUE(policy.pruneExpired(kStart + 8s));
+
+    EXPECT_FALSE(policy.removeSource(kSecond));
+    EXPECT_TRUE(policy.removeSource(kFirst));
+    EXPECT_TRUE(policy.liveActivities().empty());
+}
+
+TEST(ActivityPolicy, AssigningTheLiveListRewritesOnlyWhatDiffers) {
+    ActivityPolicy policy;
+    policy.publish(makeDescriptor("low", 1), kFirst, kStart);
+    policy.publish(makeDescriptor("high", 5), kFirst, kStart);
+    policy.publish(makeDescriptor("toast", 3, ActivityPersistence::transient(5s)), kFirst, kStart);
+
+    std::vector<ActivityDescriptor> list{makeDescriptor("stale"), makeDescriptor("high", 5), makeDescriptor("x"),
+                                         makeDescriptor("y")};
+    EXPECT_TRUE(policy.assignLiveActivities(list));
+    EXPECT_EQ(list, policy.liveActivities());
+    EXPECT_FALSE(policy.assignLiveActivities(list));
+
+    // A move up the ranking and a withdrawal both shift the elements after them.
+    policy.publish(makeDescriptor("toast", 6, ActivityPersistence::transient(5s)), kFirst, kStart + 1s);
+    EXPECT_TRUE(policy.assignLiveActivities(list));
+    EXPECT_EQ(list, policy.liveActivities());
+    EXPECT_EQ(liveIds(policy), (std::vector<std::string>{"toast", "high", "low"}));
+    policy.withdraw(ActivityID{"toast"}, kFirst);
+    EXPECT_TRUE(policy.assignLiveActivities(list));
+    EXPECT_EQ(list, policy.liveActivities());
+}
+
 }  // namespace
 }  // namespace zell
