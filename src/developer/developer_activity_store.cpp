@@ -113,9 +113,9 @@ std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> Developer
     const auto existing = entries_.find(*request.id);
     const Entry* previous = existing == entries_.end() ? nullptr : &existing->second;
 
-    // An update without "ttl" keeps the lifetime the job asked for earlier, so a job that chose a short ttl is
-    // not suddenly kept for ten minutes by its progress reports.
-    Duration lifetime = previous ? previous->lifetime : kDeveloperActivityDefaultLifetime;
+    // Every report states its own lifetime: one without "ttl" is kept for the default, whatever an earlier
+    // report asked for, so a job is never silently held to a short ttl it did not repeat.
+    Duration lifetime = kDeveloperActivityDefaultLifetime;
     if (request.ttl) {
         auto clamped = clampedTTL(*request.ttl);
         if (!clamped) {

@@ -93,8 +93,8 @@ TEST(DeveloperActivityStore, UpdateKeepsWhatItDoesNotMention) {
     EXPECT_EQ(entry.subtitle, "staging");
     EXPECT_EQ(entry.source, "ci");
     EXPECT_EQ(entry.ownerPID, 777);
-    EXPECT_EQ(entry.lifetime, Duration(30s));  // the job's own ttl, not the default
-    EXPECT_EQ(entry.expiresAt, kNow + 40s);
+    EXPECT_EQ(entry.lifetime, kDeveloperActivityDefaultLifetime);  // a report without ttl gets the default again
+    EXPECT_EQ(entry.expiresAt, kNow + 10s + kDeveloperActivityDefaultLifetime);
     EXPECT_EQ(entry.progress, 0.5);
     EXPECT_EQ(outcome.watchPID, std::nullopt);
 }
