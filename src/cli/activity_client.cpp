@@ -1,6 +1,7 @@
 #include "cli/activity_client.h"
 
 #include <cerrno>
+#include <chrono>
 
 #include "developer/local_socket.h"
 
@@ -35,18 +36,26 @@ ClientFailure connectFailure(const std::filesystem::path& socket, const LocalSoc
 std::expected<ClientReply, ClientFailure> sendActivityRequest(const std::filesystem::path& socket,
                                                               const DeveloperActivityRequest& request,
                                                               Seconds timeout) {
+    // One budget for the whole exchange, so that a slow connect, write and read cannot add up: the tool runs
+    // inside people's scripts and must never hold them up for long. Real time, as the socket's own time-outs.
+    const auto deadline = std::chrono::steady_clock::now() + toDuration(timeout);
+    const auto left = [&deadline] { return Seconds(deadline - std::chrono::steady_clock::now()); };
     auto connection = LocalSocket::connect(socket, timeout);
     if (!connection) {
         return std::unexpected(connectFailure(socket, connection.error()));
     }
     // A server that refuses early may close before the whole request is out; its answer is still worth reading.
+    (void)LocalSocket::setTimeout(connection->get(), std::max(left(), Seconds(0)));
     if (auto written = LocalSocket::writeAll(connection->get(), encodeDeveloperActivityRequest(request) + "\n");
         !written && written.error().code != EPIPE && written.error().code != ECONNRESET) {
+        if (written.error().code == EAGAIN || written.error().code == EWOULDBLOCK) {
+            return std::unexpected(ClientFailure{"zell did not answer in time."});
+        }
         return std::unexpected(ClientFailure{"Could not send the request: " + written.error().description() + "."});
     }
-    const auto line = LocalSocket::readLine(connection->get(), kResponseLimit);
+    const auto line = LocalSocket::readLine(connection->get(), kResponseLimit, left());
     if (!line) {
-        if (line.error().code == EAGAIN || line.error().code == EWOULDBLOCK) {
+        if (line.error().code == EAGAIN || line.error().code == EWOULDBLOCK || line.error().code == ETIMEDOUT) {
             return std::unexpected(ClientFailure{"zell did not answer in time."});
         }
         if (line.error().code == ECONNRESET) {

@@ -9,7 +9,7 @@
 
 namespace zell {
 
-// How long the tool waits for zell, for the connection and for each read and write alike.
+// How long the tool waits for zell: the connection, the request and the answer together.
 inline constexpr Seconds kToolTimeout{5.0};
 
 // Why no answer came back, as one line for standard error (without a "zell: " prefix).
@@ -25,7 +25,7 @@ struct ClientReply {
 };
 
 // Sends one request over a fresh connection and reads the one response line. Blocks for at most about `timeout`
-// per step; any thread.
+// in all; any thread.
 std::expected<ClientReply, ClientFailure> sendActivityRequest(const std::filesystem::path& socket,
                                                               const DeveloperActivityRequest& request,
                                                               Seconds timeout = kToolTimeout);

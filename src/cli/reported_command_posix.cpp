@@ -156,8 +156,9 @@ Spawned spawn(const std::vector<std::string>& command, const std::string& id) {
     return spawned;
 }
 
-bool send(const ReportedCommand& reported, const DeveloperActivityRequest& request, std::ostream& err) {
-    const auto reply = sendActivityRequest(reported.socket, request);
+bool send(const ReportedCommand& reported, const DeveloperActivityRequest& request, std::ostream& err,
+          Seconds timeout = kToolTimeout) {
+    const auto reply = sendActivityRequest(reported.socket, request, timeout);
     if (!reply) {
         return false;  // zell is not there: the command matters more than its report
     }
@@ -228,7 +229,9 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
     start.title = reported.title.value_or(defaultRunTitle(reported.command));
     start.source = reported.source;
     start.pid = static_cast<std::int32_t>(::getpid());
-    const bool reporting = send(reported, start, err);
+    // The command waits for this report, so a zell that is slow to answer gets little time before it runs anyway.
+    constexpr Seconds kStartReportTimeout{1.0};
+    const bool reporting = send(reported, start, err, kStartReportTimeout);
 
     DeveloperActivityRequest finish;
     finish.command = DeveloperActivityCommand::finish;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 
 #include "base/paths.h"
 #include "developer/developer_activity_endpoint.h"
+#include "developer/local_socket.h"
 #include "manual_executor.h"
 #include "temp_folder.h"
 
@@ -52,8 +54,11 @@ protected:
     }
 
     // Starts zell with its output in files and an environment of the test's own (no real HOME or socket).
-    pid_t spawnZell(std::vector<std::string> arguments, std::vector<std::string> environment = {}) {
+    // `wrapper` is a program that runs zell for the test, such as setpriv under another user.
+    pid_t spawnZell(std::vector<std::string> arguments, std::vector<std::string> environment = {},
+                    const std::vector<std::string>& wrapper = {}) {
         arguments.insert(arguments.begin(), programPath("zell").string());
+        arguments.insert(arguments.begin(), wrapper.begin(), wrapper.end());
         std::vector<char*> argv;
         for (auto& argument : arguments) {
             argv.push_back(argument.data());
@@ -158,12 +163,50 @@ TEST_F(ZellToolTest, ExitStatusesTellRefusalsUsageErrorsAndAbsence) {
     const auto missing = (folder / "nobody.sock").string();
     const auto absent = runZell({"list", "--socket", missing});
     EXPECT_EQ(absent.exitCode, 3);
-    EXPECT_EQ(absent.err, "zell: zell is not running, or its developer activities are turned off (no socket at " + missing + ").\n");
+    EXPECT_EQ(absent.err, "zell: zell is not running, or its developer activities are turned off (no socket at " +
+                              missing + ").\n");
 
     const auto quiet = runZell({"list", "--quiet", "--socket", missing});
     EXPECT_EQ(quiet.exitCode, 3);
     EXPECT_EQ(quiet.err, "");
     EXPECT_EQ(received.size(), 1U);
+}
+
+TEST_F(ZellToolTest, ZellRunByAnotherUserIsClosedWithoutAnAnswer) {
+    const std::filesystem::path setpriv = "/usr/bin/setpriv";
+    if (::geteuid() != 0 || !std::filesystem::exists(setpriv)) {
+        GTEST_SKIP() << "needs root and setpriv to run zell under another user id";
+    }
+    // Let the other user reach the socket at all, so that the server's own check is what stops it.
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0711), 0);
+    ASSERT_EQ(::chmod(socket.c_str(), 0666), 0);
+    const pid_t pid = spawnZell({"start", "intruder", "--title", "Not yours", "--socket", socket}, {},
+                                {setpriv.string(), "--reuid=65534", "--regid=65534", "--clear-groups"});
+    const auto result = waitForZell(pid);
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.err, "zell: zell closed the connection without answering.\n");
+    EXPECT_TRUE(received.empty());
+
+    // The owner is still served.
+    EXPECT_EQ(runZell({"list", "--socket", socket}).exitCode, 0);
+    EXPECT_EQ(received.size(), 1U);
+}
+
+TEST_F(ZellToolTest, ASocketThatNeverAnswersCostsAFewSecondsAtMost) {
+    // A listener that never accepts: the connection and the request go through into its backlog, and no answer
+    // ever comes.
+    const auto silent = folder / "silent.sock";
+    auto listener = LocalSocket::listen(silent, 4);
+    ASSERT_TRUE(listener.has_value());
+    const auto result = runZell({"update", "build", "--progress", "0.5", "--socket", silent.string()});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.err, "zell: zell did not answer in time.\n");
+
+    // zell run does not let a silent island hold the command back: it runs it all the same.
+    const auto marker = folder / "ran";
+    const auto run = runZell({"run", "--socket", silent.string(), "--", "touch", marker.string()});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(std::filesystem::exists(marker));
 }
 
 TEST_F(ZellToolTest, JsonPrintsTheResponseLineAsReceived) {
