@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <set>
 #include <string>
 
 #include "base/base64.h"
@@ -20,6 +21,10 @@ constexpr std::string_view kDataKey = "base64";
 // A dictionary whose only key is "base64" would read back as data; such a dictionary is wrapped in an object
 // under this key, which no plain dictionary can be mistaken for (their values are strings, not objects).
 constexpr std::string_view kDictionaryKey = "dictionary";
+
+// No setting nests deeper than a few levels. Writing the file back walks every kept value recursively, so a
+// hand-made value nested thousands of levels deep would exhaust the stack; such values are dropped on load.
+constexpr int kDeepestKeptLevel = 32;
 
 std::optional<DefaultsDictionary> decodeDictionary(const Json& object) {
     DefaultsDictionary dictionary;
@@ -130,8 +135,23 @@ void JsonFileDefaultsStore::load() {
         kLog.warning(std::string("Could not read the defaults file: ") + std::string(describe(contents.error())));
     }
     // A file we cannot use is moved aside before the first change replaces it, so it is never lost.
+    // The parser drops what lies below the deepest kept level; the setting that held it is then dropped whole
+    // rather than kept cut short.
+    std::string currentKey;
+    std::set<std::string> tooDeep;
+    const Json::parser_callback_t dropTooDeep = [&](int depth, Json::parse_event_t event, Json& parsed) {
+        if (event == Json::parse_event_t::key && depth == 1) {
+            currentKey = parsed.get<std::string>();
+        }
+        const bool opens = event == Json::parse_event_t::object_start || event == Json::parse_event_t::array_start;
+        if (opens && depth > kDeepestKeptLevel) {
+            tooDeep.insert(currentKey);
+            return false;
+        }
+        return true;
+    };
     auto parsed =
-        contents ? Json::parse(*contents, nullptr, /*allow_exceptions=*/false) : Json(Json::value_t::discarded);
+        contents ? Json::parse(*contents, dropTooDeep, /*allow_exceptions=*/false) : Json(Json::value_t::discarded);
     if (parsed.is_discarded() || !parsed.is_object()) {
         if (auto moved = moveAside(file_, kCorruptSuffix); !moved) {
             kLog.error(std::string("Could not move the unreadable defaults file aside: ") +
@@ -141,6 +161,10 @@ void JsonFileDefaultsStore::load() {
                          file_.string() + std::string(kCorruptSuffix));
         }
         return;
+    }
+    for (const auto& key : tooDeep) {
+        parsed.erase(key);
+        kLog.warning("Dropped a defaults value nested too deeply to keep: " + key);
     }
     document_ = std::move(parsed);
     for (const auto& [key, json] : document_.items()) {

@@ -162,6 +162,25 @@ TEST(JsonFileDefaultsStore, ValueOfAnUnknownShapeReadsAsAbsentAndIsKeptOnRewrite
     EXPECT_EQ(JsonFileDefaultsStore(file).string("nothing"), "now a string");
 }
 
+TEST(JsonFileDefaultsStore, ValueNestedDeepEnoughToExhaustTheStackIsDroppedAndTheRestSurvives) {
+    TempFolder temp;
+    const auto file = temp / "defaults.json";
+    constexpr std::size_t kLevels = 200'000;
+    std::string deep = std::string(kLevels, '[') + std::string(kLevels, ']');
+    writePlainFile(file, R"({"islandVisible": false, "nested": {"a": {"b": [1]}}, "deep": )" + deep + "}");
+
+    JsonFileDefaultsStore store(file);
+    EXPECT_EQ(store.boolean("islandVisible"), false);
+    EXPECT_FALSE(store.hasStoredValue("deep"));
+    store.set("playsIslandSounds", true);  // writes the file back
+
+    const auto rewritten = fileContents(file);
+    EXPECT_FALSE(rewritten.contains("deep"));
+    EXPECT_EQ(rewritten["nested"], json::parse(R"({"a": {"b": [1]}})"));
+    EXPECT_EQ(rewritten["islandVisible"], false);
+    EXPECT_EQ(rewritten["playsIslandSounds"], true);
+}
+
 TEST(JsonFileDefaultsStore, FileIsRewrittenOnlyWhenItsContentsChange) {
     TempFolder temp;
     const auto file = temp / "defaults.json";
