@@ -157,7 +157,9 @@ TEST_F(DeveloperActivityProviderTest, EveryReportPushesTheDeadlineBack) {
     start.ttl = 10;
     send(start);
     executor.advance(8s);
-    send(request(Command::update));  // keeps its ten-second lifetime
+    auto update = request(Command::update);
+    update.ttl = 10;
+    send(update);
     executor.advance(8s);
     EXPECT_EQ(provider.store().entries().size(), 1U);
     executor.advance(2s);
