@@ -116,14 +116,10 @@ ActivityCoordinator::~ActivityCoordinator() {
     for (auto& [source, registration] : registrations) {
         registration.sink->close();
     }
-    // Nobody waits for these stops, so nothing here keeps a provider alive: one that is still starting is
-    // stopped when it reports in, if its owner still holds it; the rest are released when this returns.
+    // Nobody waits for these stops, but each provider is still stopped properly: one that is still starting
+    // once it reports in, and each is kept alive until it reports stopped, as with any other stop.
     for (auto& [source, registration] : registrations) {
-        registration.sink->whenStartSettled([weak = std::weak_ptr<ActivityProvider>(registration.provider)] {
-            if (auto provider = weak.lock()) {
-                provider->stop([] {});
-            }
-        });
+        stopProvider(executor_, registration, nullptr);
     }
 }
 

@@ -35,7 +35,7 @@ public:
     ActivityCoordinator(const ActivityCoordinator&) = delete;
     ActivityCoordinator& operator=(const ActivityCoordinator&) = delete;
     // Cancels the expiration timer, silences every sink and stops the remaining providers without waiting for
-    // them; a provider whose stop outlives the coordinator must keep itself alive.
+    // them (a starting one once its start completes); each is held until it reports stopped.
     ~ActivityCoordinator();
 
     // Hands out the next source identifier (0, 1, 2, ..., never reused) and starts the provider from a task

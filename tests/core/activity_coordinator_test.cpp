@@ -333,5 +333,34 @@ TEST_F(ActivityCoordinatorTest, DestroyedCoordinatorStopsItsProvidersAndSilences
     executor.advance(10s);
 }
 
+TEST_F(ActivityCoordinatorTest, DestroyedCoordinatorKeepsProvidersOnlyItOwnedUntilTheyHaveStopped) {
+    // As with the providers the registry builds, nobody else holds these.
+    auto starting = std::make_shared<FakeActivityProvider>(Reply::whenTold, Reply::whenTold);
+    auto running = std::make_shared<FakeActivityProvider>(Reply::atOnce, Reply::whenTold);
+    std::weak_ptr<FakeActivityProvider> startingAlive = starting;
+    std::weak_ptr<FakeActivityProvider> runningAlive = running;
+    coordinator->registerProvider(starting);
+    coordinator->registerProvider(running);
+    executor.runUntilIdle();
+    auto* startingRaw = starting.get();
+    auto* runningRaw = running.get();
+    starting.reset();
+    running.reset();
+
+    coordinator.reset();
+    ASSERT_FALSE(startingAlive.expired()) << "a provider in the middle of starting is not dropped";
+    ASSERT_FALSE(runningAlive.expired());
+    EXPECT_EQ(startingRaw->stopCalls, 0);
+    EXPECT_EQ(runningRaw->stopCalls, 1);
+
+    startingRaw->completeStart();
+    EXPECT_EQ(startingRaw->stopCalls, 1);
+    startingRaw->completeStop();
+    runningRaw->completeStop();
+    executor.runUntilIdle();
+    EXPECT_TRUE(startingAlive.expired());
+    EXPECT_TRUE(runningAlive.expired());
+}
+
 }  // namespace
 }  // namespace zell

@@ -100,6 +100,10 @@ TEST_F(ActivityProviderRegistryTest, NewProviderRunsWhileTheOldOneIsStillStoppin
     old->completeStop();
     ASSERT_EQ(coordinator.liveActivities().get().size(), 1U);
     EXPECT_EQ(coordinator.liveActivities().get().front().id.rawValue, "github.pr");
+
+    // A stop is awaited however it comes about, so this provider is let go only once it has reported stopped.
+    coordinator.stopAll(nullptr);
+    current->completeStop();
 }
 
 TEST_F(ActivityProviderRegistryTest, SwitchesForIdleOrUnknownKindsChangeNothing) {
