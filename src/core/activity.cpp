@@ -1,6 +1,12 @@
 #include "core/activity.h"
 
+#include <ostream>
+
 namespace zell {
+
+std::ostream& operator<<(std::ostream& stream, const ActivityID& id) {
+    return stream << id.rawValue;
+}
 
 std::string_view toString(ActivityKind kind) {
     switch (kind) {

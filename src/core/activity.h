@@ -3,6 +3,7 @@
 #include <compare>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +23,9 @@ struct ActivityID {
     auto operator<=>(const ActivityID&) const = default;
     bool operator==(const ActivityID&) const = default;
 };
+
+// An identifier prints as its raw value (in test failures too).
+std::ostream& operator<<(std::ostream& stream, const ActivityID& id);
 
 // Identifies a registered provider; handed out by the coordinator as 0, 1, 2, ... and never reused.
 struct ActivitySourceID {

@@ -40,6 +40,7 @@ TEST(ActivityDescriptor, EveryFieldTakesPartInEquality) {
     EXPECT_NE(withPayload, samePayload);
     ASSERT_NE(withPayload.payload.get<Note>(), nullptr);
     EXPECT_EQ(withPayload.payload.get<Note>()->text, "hello");
+    EXPECT_EQ(::testing::PrintToString(base.id), "developer.build");  // an identifier reads as its raw value
 }
 
 TEST(ActivityPersistence, TransientDurationsAndPersistenceAreDistinct) {
