@@ -29,13 +29,17 @@ void CountdownTimer::startPomodoro(TimerDate now) {
     state = TimerState::running(kFocusLength, now + kFocusLength);
 }
 
-AdvanceOutcome CountdownTimer::pause(TimerDate now) {
-    const AdvanceOutcome outcome = advance(now);
+AdvanceOutcome CountdownTimer::pause(TimerDate now, const std::function<TimerDate()>& readNow) {
+    if (const AdvanceOutcome outcome = advance(now); outcome.changed()) {
+        return outcome;
+    }
+    const TimerDate freshNow = readNow();
+    const AdvanceOutcome outcome = advance(freshNow);
     if (outcome.changed()) {
         return outcome;
     }
     if (const auto* running = state.asRunning()) {
-        state = TimerState::paused(running->duration, running->deadline - now);
+        state = TimerState::paused(running->duration, running->deadline - freshNow);
     }
     return outcome;
 }

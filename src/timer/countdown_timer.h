@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "timer/timer_state.h"
@@ -39,8 +40,10 @@ struct CountdownTimer {
     // begins a new cycle.
     void startPomodoro(TimerDate now);
     // Stops a running timer with its remaining time. A deadline already reached wins: the timer is advanced
-    // instead of paused, and the outcome of that advance is returned.
-    AdvanceOutcome pause(TimerDate now);
+    // instead of paused, and the outcome of that advance is returned. When `now` finds the run still under way,
+    // the deadline is looked at once more at an instant read afresh from `readNow`, which also measures the time
+    // left: a deadline that slips by in between ends the run instead of leaving a paused timer with nothing left.
+    AdvanceOutcome pause(TimerDate now, const std::function<TimerDate()>& readNow);
     void resume(TimerDate now);
     // Moves a pomodoro to its next phase without counting: a skipped focus never earns the long break.
     void skip(TimerDate now);

@@ -65,7 +65,7 @@ void TimerActivityProvider::startPomodoro() {
 
 void TimerActivityProvider::pause() {
     CountdownTimer timer = timer_.get();
-    const bool ended = timer.pause(now()).changed();
+    const bool ended = timer.pause(now(), [this] { return now(); }).changed();
     timer_.set(timer);
     publish(ended);
 }

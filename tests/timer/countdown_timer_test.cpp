@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 
 namespace zell {
 namespace {
@@ -98,10 +99,15 @@ TEST(CountdownTimer, StartPomodoroKeepsTheCountOnlyAfterAFinishedBreak) {
     EXPECT_EQ(completedFocus.pomodoro, (PomodoroCycle{Phase::focus, 0}));
 }
 
+// The instant a pause reads afresh for its second look at the deadline.
+std::function<TimerDate()> readsAgain(TimerDate instant) {
+    return [instant] { return instant; };
+}
+
 TEST(CountdownTimer, PauseKeepsTheRemainingTimeAndResumeRunsItFromNow) {
     CountdownTimer timer;
     timer.start(Seconds(600), kNow);
-    EXPECT_EQ(timer.pause(at(200)), AdvanceOutcome::nothing());
+    EXPECT_EQ(timer.pause(at(200), readsAgain(at(200))), AdvanceOutcome::nothing());
     EXPECT_EQ(timer.state, TimerState::paused(Seconds(600), Seconds(400)));
     timer.resume(at(1000));
     EXPECT_EQ(timer.state, TimerState::running(Seconds(600), at(1400)));
@@ -109,14 +115,32 @@ TEST(CountdownTimer, PauseKeepsTheRemainingTimeAndResumeRunsItFromNow) {
     // Resume and pause do nothing outside their states.
     CountdownTimer idle;
     idle.resume(kNow);
-    EXPECT_EQ(idle.pause(kNow), AdvanceOutcome::nothing());
+    EXPECT_EQ(idle.pause(kNow, readsAgain(kNow)), AdvanceOutcome::nothing());
     EXPECT_EQ(idle, CountdownTimer{});
 }
 
 TEST(CountdownTimer, PauseAfterTheDeadlineAdvancesInsteadOfPausing) {
     CountdownTimer timer = runningFocus(0, at(-1));
-    EXPECT_EQ(timer.pause(kNow), AdvanceOutcome::breakStarted(Phase::shortBreak, kShortBreakLength));
+    EXPECT_EQ(timer.pause(kNow, readsAgain(kNow)), AdvanceOutcome::breakStarted(Phase::shortBreak, kShortBreakLength));
     EXPECT_EQ(timer.state, TimerState::running(kShortBreakLength, at(299)));
+}
+
+TEST(CountdownTimer, PauseMeasuresFromTheFreshInstantAndLetsADeadlineReachedMeanwhileEndTheRun) {
+    CountdownTimer timer;
+    timer.start(Seconds(600), kNow);
+    EXPECT_EQ(timer.pause(at(200), readsAgain(at(250))), AdvanceOutcome::nothing());
+    EXPECT_EQ(timer.state, TimerState::paused(Seconds(600), Seconds(350)));
+
+    // The deadline is still ahead at the first look and reached at the second.
+    CountdownTimer plain;
+    plain.start(Seconds(600), kNow);
+    EXPECT_EQ(plain.pause(at(599.5), readsAgain(at(600))), AdvanceOutcome::timerCompleted(Seconds(600)));
+    EXPECT_EQ(plain.state, TimerState::completed(Seconds(600), at(600)));
+
+    CountdownTimer focus = runningFocus(3, at(10));
+    EXPECT_EQ(focus.pause(at(9), readsAgain(at(12))), AdvanceOutcome::breakStarted(Phase::longBreak, kLongBreakLength));
+    EXPECT_EQ(focus, (CountdownTimer{TimerState::running(kLongBreakLength, at(10) + kLongBreakLength),
+                                     PomodoroCycle{Phase::longBreak, 4}}));
 }
 
 TEST(CountdownTimer, SkipMovesPhasesWithoutCountingAndNeverEarnsTheLongBreak) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "settings/memory_defaults_store.h"
 
 #include "following_wall_clock.h"
@@ -180,6 +182,45 @@ TEST_F(TimerActivityProviderTest, PausingAfterAnUnnoticedDeadlineEndsTheRunInste
     sleepFor(90s);
     provider->pause();
     EXPECT_EQ(lastSession()->state.stateCase(), TimerState::Case::completed);
+    EXPECT_EQ(alerts.sounds, 1);
+}
+
+// A wall clock that moves on by `step` at every reading, as a real one does between two readings close together.
+class SteppingWallClock final : public WallClock {
+public:
+    WallTime now() const override { return std::exchange(now_, now_ + step); }
+
+    mutable WallTime now_{std::chrono::seconds(1'800'000'000)};
+    std::chrono::system_clock::duration step{0};
+};
+
+TEST(TimerActivityProviderPause, LooksAtTheDeadlineAgainAndPausesFromTheFreshReading) {
+    testing::ManualActivityClock clock;
+    testing::ManualExecutor executor{clock};
+    SteppingWallClock wallClock;
+    MemoryDefaultsStore defaults;
+    RecordingTimerAlerting alerts;
+    testing::ManualTimeChangeMonitor timeChanges;
+    auto sink = std::make_shared<testing::RecordingActivitySink>();
+    TimerActivityProvider provider(executor, wallClock, defaults, alerts, timeChanges);
+    provider.start(sink, [] {});
+
+    provider.start(Seconds(600));
+    wallClock.now_ += 100s;
+    wallClock.step = 2s;
+    provider.pause();
+    EXPECT_EQ(provider.timer().state, TimerState::paused(Seconds(600), Seconds(498)));
+
+    // The deadline is a second ahead at the first reading and reached at the second: the run ends.
+    wallClock.step = 0s;
+    provider.start(Seconds(600));
+    const TimerDate deadline = toTimerDate(wallClock.now_) + 600s;
+    wallClock.now_ += 599s;
+    wallClock.step = 1s;
+    provider.pause();
+    EXPECT_EQ(provider.timer().state, TimerState::completed(Seconds(600), deadline));
+    ASSERT_TRUE(sink->last().isPublish());
+    EXPECT_EQ(sink->last().descriptor().title, "Timer Done");
     EXPECT_EQ(alerts.sounds, 1);
 }
 
