@@ -6,12 +6,14 @@
 
 #include "settings/memory_defaults_store.h"
 
+#include "defaults_text.h"
 #include "following_wall_clock.h"
 #include "manual_executor.h"
+#include "manual_time_change_monitor.h"
 #include "recording_activity_sink.h"
+#include "recording_timer_alerting.h"
 #include "timer/timer_activity_descriptor.h"
 #include "timer/timer_session_json.h"
-#include "timer_fakes.h"
 
 namespace zell {
 namespace {

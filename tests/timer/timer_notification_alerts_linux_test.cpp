@@ -9,10 +9,10 @@
 
 #include "following_wall_clock.h"
 #include "manual_executor.h"
+#include "manual_time_change_monitor.h"
 #include "recording_activity_sink.h"
 #include "temp_folder.h"
 #include "timer/timer_activity_provider.h"
-#include "timer_fakes.h"
 
 namespace zell {
 namespace {

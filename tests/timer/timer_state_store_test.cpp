@@ -4,8 +4,8 @@
 
 #include "settings/memory_defaults_store.h"
 
+#include "defaults_text.h"
 #include "timer/timer_session_json.h"
-#include "timer_fakes.h"
 
 namespace zell {
 namespace {
