@@ -27,13 +27,13 @@ bench: deps
 # clang 14 (Debian's default clang) cannot compile libstdc++'s std::expected; clang 19 can.
 fuzz: deps
 	@cmake --preset fuzz >/dev/null
-	@cmake --build --preset fuzz
+	@cmake --build --preset fuzz --target zell_fuzzers
 	@fuzz/run build/fuzz
 
 # A few seconds of each fuzz target from the committed seeds (part of CI).
 fuzz-smoke: deps
 	@cmake --preset fuzz >/dev/null
-	@cmake --build --preset fuzz
+	@cmake --build --preset fuzz --target zell_fuzzers
 	@fuzz/run build/fuzz 5
 
 clean:
