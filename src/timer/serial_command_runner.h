@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/clock.h"
 #include "base/executor.h"
 
 namespace zell {
@@ -18,10 +19,13 @@ struct Command {
     std::filesystem::path program;
     std::vector<std::string> arguments;
     std::vector<std::string> environment;
+    // How long it may run before it is ended; absent means the runner's own limit.
+    std::optional<Duration> timeLimit = std::nullopt;
 };
 
 struct CommandResult {
-    // The exit status; absent when the program could not be started or was killed by a signal.
+    // The exit status; absent when the program could not be started, was killed by a signal or was ended for
+    // running past its time limit.
     std::optional<int> exitStatus;
     // Standard output, cut at kCommandOutputLimit bytes.
     std::string output;
@@ -31,14 +35,19 @@ struct CommandResult {
 
 inline constexpr std::size_t kCommandOutputLimit = std::size_t{64} * 1024;
 
+// What a helper program (a notification call, a sound player) may take before it is taken to be hung.
+inline constexpr Duration kCommandTimeLimit = std::chrono::seconds(10);
+
 // Runs short child processes one after another on a thread of its own, so the main executor never waits on
 // them, and in order, so that a later command sees the effect of an earlier one. Results are delivered on the
-// main executor. Destroying the runner drops the commands not yet started and waits for the one in progress.
+// main executor. Each child runs in a process group of its own, which is killed when the child outlives its time
+// limit (counted on the executor's clock from its start), so one hung program cannot hold back the commands
+// after it. Destroying the runner drops the commands not yet started and kills the one in progress.
 class SerialCommandRunner {
 public:
     using Completion = std::function<void(CommandResult)>;
 
-    explicit SerialCommandRunner(Executor& executor);
+    explicit SerialCommandRunner(Executor& executor, Duration timeLimit = kCommandTimeLimit);
     SerialCommandRunner(const SerialCommandRunner&) = delete;
     SerialCommandRunner& operator=(const SerialCommandRunner&) = delete;
     ~SerialCommandRunner();

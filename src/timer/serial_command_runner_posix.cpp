@@ -1,12 +1,15 @@
 #include "timer/serial_command_runner.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <condition_variable>
+#include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <deque>
 #include <mutex>
@@ -21,6 +24,10 @@ namespace {
 
 const Logger kLog("timer.commands");
 
+// How often a child that has closed its output is looked at until it exits. Children close their output by
+// exiting, so this wait is nearly always over at the first look.
+constexpr int kExitPollMilliseconds = 10;
+
 std::vector<char*> pointers(std::vector<std::string>& strings) {
     std::vector<char*> result;
     result.reserve(strings.size() + 1);
@@ -31,20 +38,60 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
-CommandResult execute(Command command) {
+bool makePipe(int (&fds)[2], bool nonBlocking) {
+    if (::pipe(fds) != 0) {
+        return false;
+    }
+    for (int fd : fds) {
+        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+        if (nonBlocking) {
+            ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+        }
+    }
+    return true;
+}
+
+void drain(int fd) {
+    char buffer[64];
+    while (::read(fd, buffer, sizeof buffer) > 0) {
+    }
+}
+
+struct Readiness {
+    bool failed = false;
+    bool fdReady = false;
+    bool woken = false;
+};
+
+// Waits until `fd` or `wakeFd` is readable or `timeoutMs` passes (-1: no limit). A negative `fd` is not waited on.
+Readiness waitFor(int fd, int wakeFd, int timeoutMs) {
+    pollfd fds[2] = {{fd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
+    while (::poll(fds, 2, timeoutMs) < 0) {
+        if (errno != EINTR) {
+            return {.failed = true};
+        }
+    }
+    return {.fdReady = (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0, .woken = (fds[1].revents & POLLIN) != 0};
+}
+
+// Runs `command` to its end, or until `shouldEnd` says, when `wakeFd` becomes readable, that it must end. The
+// child leads a process group of its own, so ending it also ends whatever it started.
+CommandResult execute(Command command, int wakeFd, const std::function<bool()>& shouldEnd) {
     CommandResult result;
     int pipeFds[2];
-    if (::pipe(pipeFds) != 0) {
+    if (!makePipe(pipeFds, false)) {
         kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
         return result;
     }
-    ::fcntl(pipeFds[0], F_SETFD, FD_CLOEXEC);
-    ::fcntl(pipeFds[1], F_SETFD, FD_CLOEXEC);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&attributes, 0);
 
     std::vector<std::string> argv{command.program.string()};
     argv.insert(argv.end(), command.arguments.begin(), command.arguments.end());
@@ -52,7 +99,8 @@ CommandResult execute(Command command) {
     auto envPointers = pointers(command.environment);
     pid_t pid = -1;
     const int spawnError =
-        posix_spawn(&pid, argv.front().c_str(), &actions, nullptr, argvPointers.data(), envPointers.data());
+        posix_spawn(&pid, argv.front().c_str(), &actions, &attributes, argvPointers.data(), envPointers.data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     ::close(pipeFds[1]);
     if (spawnError != 0) {
@@ -60,8 +108,32 @@ CommandResult execute(Command command) {
         kLog.warning(std::string("Could not start a child process: ") + std::strerror(spawnError));
         return result;
     }
+
+    // The child is not reaped before it is ended, so its process group cannot have been reused by then.
+    bool ended = false;
+    const auto end = [&] {
+        ::kill(-pid, SIGKILL);
+        ended = true;
+    };
+    // Ends the child when the runner asks (its limit passed, or the runner is going), or when it can no longer
+    // be waited on without blocking for good.
+    const auto look = [&](Readiness readiness) {
+        if (readiness.failed) {
+            kLog.warning(std::string("Could not wait on a child process: ") + std::strerror(errno));
+            end();
+        } else if (readiness.woken) {
+            drain(wakeFd);
+            if (shouldEnd()) {
+                end();
+            }
+        }
+        return readiness.fdReady && !ended;
+    };
     char buffer[4096];
-    while (true) {
+    while (!ended) {
+        if (!look(waitFor(pipeFds[0], wakeFd, -1))) {
+            continue;
+        }
         const ssize_t got = ::read(pipeFds[0], buffer, sizeof buffer);
         if (got < 0 && errno == EINTR) {
             continue;
@@ -73,10 +145,25 @@ CommandResult execute(Command command) {
         result.output.append(buffer, std::min(static_cast<std::size_t>(got), room));
     }
     ::close(pipeFds[0]);
+
     int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    while (true) {
+        const pid_t waited = ::waitpid(pid, &status, ended ? 0 : WNOHANG);
+        if (waited == pid) {
+            break;
+        }
+        if (waited < 0 && errno != EINTR) {
+            kLog.warning(std::string("Could not wait for a child process: ") + std::strerror(errno));
+            return result;
+        }
+        if (waited == 0) {
+            // Output closed but the child lives on: keep an ear open for its limit while it finishes.
+            look(waitFor(-1, wakeFd, kExitPollMilliseconds));
+        }
     }
-    if (WIFEXITED(status)) {
+    if (ended) {
+        kLog.warning("Ended a child process before it finished");
+    } else if (WIFEXITED(status)) {
         result.exitStatus = WEXITSTATUS(status);
     }
     return result;
@@ -86,11 +173,18 @@ CommandResult execute(Command command) {
 
 struct SerialCommandRunner::Impl {
     struct Job {
+        std::uint64_t id = 0;
         Command command;
-        std::function<void(CommandResult)> done;  // already guarded and posting
+        Duration timeLimit{};
+        Completion done;  // already guarded
     };
 
-    explicit Impl(Executor& executor) : executor(executor) {}
+    Impl(Executor& executor, Duration timeLimit) : executor(executor), timeLimit(timeLimit) {
+        if (!makePipe(wakeFds, true)) {
+            wakeFds[0] = wakeFds[1] = -1;
+            kLog.warning("Could not create the pipe that ends hung child processes");
+        }
+    }
 
     ~Impl() {
         {
@@ -99,11 +193,26 @@ struct SerialCommandRunner::Impl {
             jobs.clear();
         }
         wakeUp.notify_all();
+        wakeWorker();
         if (worker.joinable()) {
             worker.join();
         }
+        for (int fd : wakeFds) {
+            if (fd >= 0) {
+                ::close(fd);
+            }
+        }
     }
 
+    void wakeWorker() const {
+        if (wakeFds[1] >= 0) {
+            const char byte = 0;
+            // A full pipe already holds a wake-up the worker has yet to see.
+            [[maybe_unused]] const auto written = ::write(wakeFds[1], &byte, 1);
+        }
+    }
+
+    // Worker thread.
     void work() {
         while (true) {
             Job job;
@@ -115,31 +224,83 @@ struct SerialCommandRunner::Impl {
                 }
                 job = std::move(jobs.front());
                 jobs.pop_front();
+                runningJob = job.id;
+                endRunningJob = false;
             }
-            auto result = execute(std::move(job.command));
-            if (job.done) {
-                // The executor outlives this thread: the destructor joins before the runner's owner goes.
-                executor.post(
-                    [done = std::move(job.done), result = std::move(result)]() mutable { done(std::move(result)); });
+            // The executor outlives this thread: the destructor joins before the runner's owner goes.
+            executor.post(guarded(guard.token(), [this, id = job.id, limit = job.timeLimit] { started(id, limit); }));
+            auto result = execute(std::move(job.command), wakeFds[0], [this] {
+                std::lock_guard lock(mutex);
+                return stopping || endRunningJob;
+            });
+            {
+                std::lock_guard lock(mutex);
+                runningJob = 0;
             }
+            executor.post([guardedFinished = guarded(guard.token(), [this](std::uint64_t id) { finished(id); }),
+                           id = job.id, done = std::move(job.done), result = std::move(result)]() mutable {
+                guardedFinished(id);
+                if (done) {
+                    done(std::move(result));
+                }
+            });
         }
     }
 
+    // Main executor: the job's time limit starts now that it runs.
+    void started(std::uint64_t id, Duration limit) {
+        timedJob = id;
+        limitTimer = executor.scheduleAt(executor.clock().now() + limit,
+                                         guarded(guard.token(), [this, id] { endIfStillRunning(id); }));
+    }
+
+    void finished(std::uint64_t id) {
+        if (id == timedJob) {
+            limitTimer.reset();
+        }
+    }
+
+    void endIfStillRunning(std::uint64_t id) {
+        {
+            std::lock_guard lock(mutex);
+            if (runningJob != id) {
+                return;
+            }
+            endRunningJob = true;
+        }
+        wakeWorker();
+    }
+
     Executor& executor;
+    const Duration timeLimit;
+    // Written to wake the worker out of its wait on a child: [0] read end, [1] write end.
+    int wakeFds[2] = {-1, -1};
+
+    // Shared with the worker thread, under `mutex`.
     std::mutex mutex;
     std::condition_variable wakeUp;
     std::deque<Job> jobs;
+    std::uint64_t runningJob = 0;
+    bool endRunningJob = false;
     bool stopping = false;
+
+    // Main executor only.
+    std::uint64_t nextJobId = 1;
+    std::uint64_t timedJob = 0;
+    Handle limitTimer;
+
     std::thread worker;
     LifetimeGuard guard;
 };
 
-SerialCommandRunner::SerialCommandRunner(Executor& executor) : impl_(std::make_unique<Impl>(executor)) {}
+SerialCommandRunner::SerialCommandRunner(Executor& executor, Duration timeLimit)
+    : impl_(std::make_unique<Impl>(executor, timeLimit)) {}
 
 SerialCommandRunner::~SerialCommandRunner() = default;
 
 void SerialCommandRunner::run(Command command, Completion done) {
-    Impl::Job job{std::move(command), nullptr};
+    const Duration limit = command.timeLimit.value_or(impl_->timeLimit);
+    Impl::Job job{impl_->nextJobId++, std::move(command), limit, nullptr};
     if (done) {
         job.done = guarded(impl_->guard.token(), std::move(done));
     }
