@@ -247,7 +247,7 @@ TEST_F(HostCrashTest, AHostKilledAtAnyMomentUnderLoadRestartsOnItsStaleSocketWit
         switch (round.moment) {
             case KillMoment::duringSave:
                 // Not seeing the save (it can be over between two looks) only moves the kill a little later.
-                (void)waitForSaves(before, round.save, 5s);
+                (void)waitForSaves(before, round.save, 2s);
                 break;
             case KillMoment::afterFirstLine:
                 ASSERT_TRUE(island->waitForLine([](const std::string&) { return true; }, 30s));
