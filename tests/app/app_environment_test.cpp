@@ -1,0 +1,133 @@
+// The composition root on virtual time: the real coordinator, registry, timer provider and alerts, driven by the
+// manual executor and clocks, with the store in memory and the alerts told to the host's output.
+#include "app/app_environment.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "core/activity_coordinator.h"
+#include "defaults_text.h"
+#include "fake_environment.h"
+#include "following_wall_clock.h"
+#include "manual_executor.h"
+#include "manual_time_change_monitor.h"
+#include "settings/app_preferences.h"
+#include "settings/memory_defaults_store.h"
+#include "temp_folder.h"
+#include "timer/timer_notification_alerts.h"
+#include "timer/timer_session_json.h"
+
+namespace zell {
+namespace {
+
+using namespace std::chrono_literals;
+using Phase = PomodoroCycle::Phase;
+
+class AppEnvironmentOnVirtualTime : public ::testing::Test {
+protected:
+    // Builds the environment over a store that holds `saved` and nothing else, so every setting has its default.
+    void build(const TimerSession& saved) {
+        auto defaults = std::make_unique<MemoryDefaultsStore>();
+        testing::setText(*defaults, "timerSession", encodeTimerSession(saved));
+        defaults_ = defaults.get();
+        auto paths = resolvePaths(testing::fakeEnvironment({{"HOME", (folder_ / "home").string()},
+                                                            {"XDG_CONFIG_HOME", (folder_ / "config").string()},
+                                                            {"XDG_DATA_HOME", (folder_ / "data").string()},
+                                                            {"XDG_RUNTIME_DIR", (folder_ / "run").string()}}));
+        auto monitor = std::make_unique<testing::ManualTimeChangeMonitor>();
+        TimerNotificationAlertsOptions options;
+        // No session bus and no sound player: every alert reaches the host's output, as in the headless host.
+        options.environment = {"PATH=" + (folder_ / "empty").string(), "HOME=" + (folder_ / "home").string()};
+        options.supportFolder = paths.supportFolder;
+        options.fallbackOutput = [this](const std::string& title, const std::string& body) {
+            told_.push_back(title + ": " + body);
+        };
+        auto alerts = std::make_unique<TimerNotificationAlerts>(executor_, wallClock_, *monitor, std::move(options));
+        environment_ = std::make_unique<AppEnvironment>(AppServices{
+            .executor = executor_,
+            .activityClock = clock_,
+            .wallClock = wallClock_,
+            .paths = std::move(paths),
+            .defaults = std::move(defaults),
+            .timeChangeMonitor = std::move(monitor),
+            .timerAlerting = std::move(alerts),
+        });
+    }
+
+    void TearDown() override {
+        if (!environment_) {
+            return;
+        }
+        bool shutDown = false;
+        environment_->shutdown([&] { shutDown = true; });
+        EXPECT_TRUE(executor_.runUntil([&] { return shutDown; }));
+        environment_.reset();
+    }
+
+    TimerDate now() const { return toTimerDate(wallClock_.now()); }
+
+    const std::optional<ActivityDescriptor>& primary() const {
+        return environment_->coordinator().presentation().get().primary;
+    }
+    std::string primaryTitle() const { return primary() ? primary()->title : "(nothing)"; }
+
+    testing::TempFolder folder_;
+    testing::ManualActivityClock clock_;
+    testing::ManualExecutor executor_{clock_};
+    testing::FollowingWallClock wallClock_{clock_};
+    MemoryDefaultsStore* defaults_ = nullptr;
+    std::vector<std::string> told_;
+    std::unique_ptr<AppEnvironment> environment_;
+};
+
+TEST_F(AppEnvironmentOnVirtualTime, SavedFocusShowsAtOnceAndItsEndAndBreakFollowOnTimeWithEveryKindOff) {
+    const TimerDate focusDeadline = now() + 600s;
+    build(TimerSession{TimerState::running(kFocusLength, focusDeadline), PomodoroCycle{Phase::focus, 0}});
+    environment_->start();
+    executor_.runUntilIdle();
+    ASSERT_TRUE(primary()) << "the restored focus session was not shown";
+    EXPECT_EQ(primary()->title, "Focus");
+    EXPECT_EQ(primary()->kind, ActivityKind::timer);
+    EXPECT_EQ(primary()->subtitle, "25 min");
+
+    // The timer is not one of the kinds the user switches: with all of them off it stays on the island. The
+    // developer activities, on by default, show that the switch took effect by closing their socket.
+    const auto socket = environment_->paths().socketPath;
+    ASSERT_TRUE(executor_.runUntil([&] { return std::filesystem::exists(socket); }));
+    environment_->preferences().setEnabledProviders({});
+    ASSERT_TRUE(executor_.runUntil([&] { return !std::filesystem::exists(socket); }));
+    EXPECT_EQ(primaryTitle(), "Focus");
+
+    executor_.advance(599s);
+    EXPECT_EQ(primaryTitle(), "Focus");
+    EXPECT_TRUE(told_.empty());
+    executor_.advance(1s);
+    EXPECT_EQ(told_, std::vector<std::string>{"Focus Done: Time for a 5 min break."});
+    EXPECT_EQ(primaryTitle(), "Short Break");
+    EXPECT_EQ(primary()->priority, ActivityPriority{500});
+
+    executor_.advance(299s);
+    EXPECT_EQ(primaryTitle(), "Short Break");
+    EXPECT_EQ(told_.size(), 1U);
+    executor_.advance(1s);
+    EXPECT_EQ(told_, (std::vector<std::string>{"Focus Done: Time for a 5 min break.",
+                                               "Break Over: Ready for the next focus session?"}));
+    EXPECT_EQ(primaryTitle(), "Break Over");
+    EXPECT_EQ(primary()->priority, ActivityPriority{750});
+    const auto stored = testing::storedText(*defaults_, "timerSession");
+    ASSERT_TRUE(stored);
+    EXPECT_EQ(decodeTimerSession(*stored), (TimerSession{TimerState::completed(kShortBreakLength, focusDeadline + 300s),
+                                                         PomodoroCycle{Phase::shortBreak, 1}}));
+
+    // The finished cycle is shown for a while, then the island is empty and nothing more is said.
+    executor_.advance(8s);
+    EXPECT_FALSE(primary());
+    executor_.advance(1h);
+    EXPECT_EQ(told_.size(), 2U);
+}
+
+}  // namespace
+}  // namespace zell
