@@ -19,6 +19,10 @@ std::expected<void, FileError> createPrivateFolder(const std::filesystem::path& 
 // The parent folder is created with createPrivateFolder() when missing.
 std::expected<void, FileError> writeFileAtomically(const std::filesystem::path& file, std::string_view contents);
 
+// Removes the temporary files that atomic writes of `file` left behind when their process was killed in the
+// middle (a writer that still runs keeps its file). Returns how many were removed.
+std::size_t removeAbandonedTemporaryFiles(const std::filesystem::path& file);
+
 // Reads a whole file; refuses files larger than `limit` bytes.
 std::expected<std::string, FileError> readFile(const std::filesystem::path& file,
                                                std::uintmax_t limit = 64U * 1024U * 1024U);

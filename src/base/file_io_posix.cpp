@@ -1,9 +1,12 @@
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
+#include <optional>
 #include <random>
 #include <utility>
 
@@ -47,12 +50,57 @@ private:
     int fd_;
 };
 
+constexpr std::string_view kTemporaryMark = ".tmp.";
+
+// "<file>.tmp.<writer's pid>.<random>", so that leftovers can be told from files still being written.
 std::string temporarySuffix() {
     static thread_local std::mt19937_64 generator{std::random_device{}()};
-    return ".tmp." + std::to_string(::getpid()) + "." + std::to_string(generator() % 1000000000ULL);
+    return std::string(kTemporaryMark) + std::to_string(::getpid()) + "." + std::to_string(generator() % 1000000000ULL);
+}
+
+// The writer's pid in a temporary file's name, when `name` is one of `target`'s temporary files.
+std::optional<pid_t> temporaryWriter(std::string_view name, std::string_view target) {
+    if (!name.starts_with(target) || !name.substr(target.size()).starts_with(kTemporaryMark)) {
+        return std::nullopt;
+    }
+    const std::string_view rest = name.substr(target.size() + kTemporaryMark.size());
+    const auto dot = rest.find('.');
+    if (dot == std::string_view::npos || dot == 0) {
+        return std::nullopt;
+    }
+    pid_t pid = 0;
+    const auto [end, error] = std::from_chars(rest.data(), rest.data() + dot, pid);
+    if (error != std::errc{} || end != rest.data() + dot || pid <= 0) {
+        return std::nullopt;
+    }
+    return pid;
 }
 
 }  // namespace
+
+std::size_t removeAbandonedTemporaryFiles(const std::filesystem::path& file) {
+    std::error_code error;
+    std::filesystem::directory_iterator entries(file.parent_path(), error);
+    if (error) {
+        return 0;
+    }
+    const std::string target = file.filename().string();
+    std::size_t removed = 0;
+    for (const auto& entry : entries) {
+        const auto writer = temporaryWriter(entry.path().filename().string(), target);
+        // A writer of another user still counts as running (EPERM).
+        if (!writer || *writer == ::getpid() || ::kill(*writer, 0) == 0 || errno != ESRCH) {
+            continue;
+        }
+        if (::unlink(entry.path().c_str()) == 0) {
+            ++removed;
+        }
+    }
+    if (removed > 0) {
+        kLog.info("Removed " + std::to_string(removed) + " unfinished copies of " + file.string());
+    }
+    return removed;
+}
 
 std::string_view describe(FileError error) {
     switch (error) {

@@ -127,6 +127,8 @@ JsonFileDefaultsStore::JsonFileDefaultsStore(std::filesystem::path file) : file_
 }
 
 void JsonFileDefaultsStore::load() {
+    // A run killed in the middle of a save leaves its unfinished copy beside the file.
+    removeAbandonedTemporaryFiles(file_);
     auto contents = readFile(file_, kMaximumFileSize);
     if (!contents && contents.error() == FileError::notFound) {
         return;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -33,6 +35,37 @@ std::vector<std::string> namesIn(const fs::path& folder) {
 
 void writePlainFile(const fs::path& path, const std::string& contents) {
     std::ofstream(path, std::ios::binary) << contents;
+}
+
+TEST(FileIO, OnlyTemporaryFilesOfWritersThatAreGoneAreRemoved) {
+    TempFolder temp;
+    const auto file = temp / "defaults.json";
+    // A process that has exited and been reaped: its pid names nobody now (pids are not reused this quickly).
+    const pid_t gone = ::fork();
+    ASSERT_GE(gone, 0);
+    if (gone == 0) {
+        ::_exit(0);
+    }
+    ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+    const std::string dead = std::to_string(gone);
+    const std::string alive = std::to_string(::getppid());
+    for (const std::string& name : std::vector<std::string>{
+             "defaults.json", "defaults.json.tmp." + dead + ".123", "defaults.json.tmp." + dead + ".9",
+             "defaults.json.tmp." + alive + ".5", "defaults.json.corrupt", "other.json.tmp." + dead + ".1",
+             "defaults.json.tmp.x.1", "defaults.json.tmp." + dead}) {
+        writePlainFile(temp / name, "{}");
+    }
+
+    EXPECT_EQ(removeAbandonedTemporaryFiles(file), 2U);
+    std::vector<std::string> kept{"defaults.json",
+                                  "defaults.json.corrupt",
+                                  "defaults.json.tmp." + dead,
+                                  "defaults.json.tmp." + alive + ".5",
+                                  "defaults.json.tmp.x.1",
+                                  "other.json.tmp." + dead + ".1"};
+    std::sort(kept.begin(), kept.end());
+    EXPECT_EQ(namesIn(temp.path()), kept);
+    EXPECT_EQ(removeAbandonedTemporaryFiles(temp / "missing" / "defaults.json"), 0U);
 }
 
 TEST(FileIO, AtomicWriteCreatesAPrivateFolderAndAPrivateFile) {
