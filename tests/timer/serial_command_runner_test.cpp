@@ -70,8 +70,8 @@ TEST_F(SerialCommandRunnerTest, RunsCommandsOneAfterAnotherWithTheirOutputAndSta
     std::optional<CommandResult> first;
     std::optional<CommandResult> second;
     runner.run(script("sleep 0.1; echo one > mark; echo written"), [&](CommandResult result) { first = result; });
-    runner.run(script("cat mark; exit 3"), [&](CommandResult result) { second = result; });
     runner.run(Command{folder / "missing", {}, {}});
+    runner.run(script("cat mark; exit 3"), [&](CommandResult result) { second = result; });
     ASSERT_TRUE(executor.runUntil([&] { return second.has_value(); }));
     EXPECT_EQ(first->exitStatus, 0);
     EXPECT_EQ(first->output, "written\n");

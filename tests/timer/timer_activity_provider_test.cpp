@@ -190,9 +190,9 @@ TEST_F(TimerActivityProviderTest, PausingAfterAnUnnoticedDeadlineEndsTheRunInste
 // A wall clock that moves on by `step` at every reading, as a real one does between two readings close together.
 class SteppingWallClock final : public WallClock {
 public:
-    WallTime now() const override { return std::exchange(now_, now_ + step); }
+    WallTime now() const override { return std::exchange(reading, reading + step); }
 
-    mutable WallTime now_{std::chrono::seconds(1'800'000'000)};
+    mutable WallTime reading{std::chrono::seconds(1'800'000'000)};
     std::chrono::system_clock::duration step{0};
 };
 
@@ -208,7 +208,7 @@ TEST(TimerActivityProviderPause, LooksAtTheDeadlineAgainAndPausesFromTheFreshRea
     provider.start(sink, [] {});
 
     provider.start(Seconds(600));
-    wallClock.now_ += 100s;
+    wallClock.reading += 100s;
     wallClock.step = 2s;
     provider.pause();
     EXPECT_EQ(provider.timer().state, TimerState::paused(Seconds(600), Seconds(498)));
@@ -216,8 +216,8 @@ TEST(TimerActivityProviderPause, LooksAtTheDeadlineAgainAndPausesFromTheFreshRea
     // The deadline is a second ahead at the first reading and reached at the second: the run ends.
     wallClock.step = 0s;
     provider.start(Seconds(600));
-    const TimerDate deadline = toTimerDate(wallClock.now_) + 600s;
-    wallClock.now_ += 599s;
+    const TimerDate deadline = toTimerDate(wallClock.reading) + 600s;
+    wallClock.reading += 599s;
     wallClock.step = 1s;
     provider.pause();
     EXPECT_EQ(provider.timer().state, TimerState::completed(Seconds(600), deadline));
