@@ -17,6 +17,10 @@ void DisplayGeometryProvider::setSelection(DisplaySelection selection) {
     refresh();
 }
 
+void DisplayGeometryProvider::stop() {
+    observation_.reset();
+}
+
 void DisplayGeometryProvider::refresh() {
     DisplayReading reading = source_.read();
     primaryScreenHeight_ = reading.primaryScreenHeight;

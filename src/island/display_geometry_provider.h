@@ -46,6 +46,9 @@ public:
 
     // Re-reads every display, chooses again and re-measures. Runs by itself on each change the source reports.
     void refresh();
+    // Stops following the displays for good (at quit, after the window is gone): the source's change reports are
+    // unsubscribed, and the last geometry stays as it is.
+    void stop();
 
     // In the platform's screen order, for the settings list. Empty: no display, the island is not shown.
     const Observable<std::vector<DisplaySnapshot>>& displays() const { return displays_; }

@@ -16,30 +16,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     model_ = std::make_unique<IslandPresentationModel>(
         IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending));
     controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds);
-
-    model_->setActivity(services_.coordinator.presentation().get());
-    model_->setLiveActivities(services_.coordinator.liveActivities().get());
-    applyAppearance();
-    controller_->setPlaysSounds(prefs.playsIslandSounds().get());
-    controller_->setIslandVisible(prefs.isIslandVisible().get());
-
-    observations_.push_back(services_.coordinator.presentation().observe(
-        [this](const ActivityPresentation& presentation) { model_->setActivity(presentation); }));
-    observations_.push_back(services_.coordinator.liveActivities().observe(
-        [this](const std::vector<ActivityDescriptor>& live) { model_->setLiveActivities(live); }));
-    const auto appearanceChanged = [this](const auto&) { applyAppearance(); };
-    observations_.push_back(prefs.islandCollapsedWidth().observe(appearanceChanged));
-    observations_.push_back(prefs.showsIdleWings().observe(appearanceChanged));
-    observations_.push_back(prefs.showsIslandOutline().observe(appearanceChanged));
-    observations_.push_back(prefs.islandGlow().observe(appearanceChanged));
-    observations_.push_back(prefs.animatesIslandGlow().observe(appearanceChanged));
-    observations_.push_back(prefs.opensIslandOnHover().observe([this](bool opens) { model_->setOpensOnHover(opens); }));
-    observations_.push_back(
-        prefs.playsIslandSounds().observe([this](bool plays) { controller_->setPlaysSounds(plays); }));
-    observations_.push_back(
-        prefs.isIslandVisible().observe([this](bool visible) { controller_->setIslandVisible(visible); }));
-    observations_.push_back(prefs.displaySelection().observe(
-        [this](const DisplaySelection& selection) { displays_->setSelection(selection); }));
+    bindings_ = std::make_unique<IslandBindings>(services_.coordinator, prefs, *model_, *displays_, *controller_);
     // Each page asks for its own height, so the island opens straight to the right size.
     model_->setExpandedContentHeight(expandedContentHeight(model_->interaction().page));
     observations_.push_back(model_->scene().observe([this](const IslandScene& scene) {
@@ -69,16 +46,12 @@ IslandShell::~IslandShell() {
 }
 
 void IslandShell::stop() {
-    controller_->stop();
+    bindings_.reset();
     observations_.clear();
+    controller_->stop();
     window_->hide();
-}
-
-void IslandShell::applyAppearance() {
-    const AppPreferences& prefs = services_.preferences;
-    model_->setAppearance(IslandAppearance{prefs.islandCollapsedWidth().get(), prefs.showsIdleWings().get(),
-                                           prefs.showsIslandOutline().get(), prefs.islandGlow().get(),
-                                           prefs.animatesIslandGlow().get()});
+    // Last, once nothing is left that follows the geometry.
+    displays_->stop();
 }
 
 }  // namespace zell

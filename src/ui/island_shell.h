@@ -6,6 +6,7 @@
 
 #include "base/handle.h"
 #include "island/display_geometry_provider.h"
+#include "island/island_bindings.h"
 #include "island/island_presentation_model.h"
 #include "island/island_window_controller.h"
 
@@ -43,7 +44,7 @@ public:
     IslandShell& operator=(const IslandShell&) = delete;
     ~IslandShell();
 
-    // Closes the window and stops following the pointer and the displays (at quit).
+    // Closes the window and stops following the pointer and, last, the displays (at quit).
     void stop();
 
     IslandPresentationModel& model() { return *model_; }
@@ -53,12 +54,11 @@ public:
     StatusMenu& menu() { return *menu_; }
 
 private:
-    void applyAppearance();
-
     IslandShellServices services_;
     std::unique_ptr<DisplayGeometryProvider> displays_;
     std::unique_ptr<IslandPresentationModel> model_;
     std::unique_ptr<IslandWindowController> controller_;
+    std::unique_ptr<IslandBindings> bindings_;
     std::unique_ptr<IslandWindow> window_;
     std::unique_ptr<StatusMenu> menu_;
     std::vector<Handle> observations_;

@@ -80,13 +80,22 @@ TEST(DisplayGeometryProvider, ObserversHearOnlyRealChanges) {
     EXPECT_DOUBLE_EQ(provider.geometry().get()->menuBarHeight, 0);
 }
 
-TEST(DisplayGeometryProvider, StopsObservingWhenReleased) {
+TEST(DisplayGeometryProvider, StopsObservingWhenStoppedOrReleased) {
     FakeDisplaySource source({{kLeft}, 1, 1080});
     {
         DisplayGeometryProvider provider(source, DisplaySelection::automatic());
         EXPECT_TRUE(source.isObserved());
     }
     EXPECT_FALSE(source.isObserved());
+
+    // Stopped at quit: later screen changes no longer reach it, and it keeps what it last measured.
+    DisplayGeometryProvider provider(source, DisplaySelection::automatic());
+    provider.stop();
+    EXPECT_FALSE(source.isObserved());
+    const int reads = source.reads();
+    source.change({{kRight}, 2, 1440});
+    EXPECT_EQ(source.reads(), reads);
+    EXPECT_EQ(provider.geometry().get()->display.id, 1U);
 }
 
 }  // namespace

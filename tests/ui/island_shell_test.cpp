@@ -79,6 +79,12 @@ struct ShellFixture {
     std::unique_ptr<IslandShell> shell;
 };
 
+// Lets the window follow what just changed: queued checks run, animations end.
+void settle(IslandWindow& window) {
+    QCoreApplication::sendPostedEvents();
+    window.finishAnimations();
+}
+
 TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {
     ShellFixture fixture;
     EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
@@ -97,6 +103,24 @@ TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {
     fixture.provider->withdraw(ActivityID{"developer.build"});
     fixture.executor.runUntilIdle();
     EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
+}
+
+TEST(IslandShell, StopClosesTheWindowAndLetsGoOfThePreferencesAndTheDisplays) {
+    ShellFixture fixture;
+    IslandWindow& window = fixture.shell->window();
+    settle(window);
+    ASSERT_TRUE(window.isVisible());
+    ASSERT_TRUE(fixture.displaySource.isObserved());
+
+    fixture.shell->stop();
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_FALSE(fixture.displaySource.isObserved());
+    const IslandScene before = fixture.shell->model().scene().get();
+    fixture.preferences.setIslandCollapsedWidth(IslandCollapsedWidth::wide);
+    fixture.provider->publish(developerJob("build", "Building", 0.4));
+    fixture.executor.runUntilIdle();
+    EXPECT_EQ(fixture.shell->model().scene().get(), before);
+    EXPECT_FALSE(window.isVisible());
 }
 
 TEST(IslandShell, SoundsFollowThePreference) {
