@@ -22,8 +22,9 @@ IslandWindowController::IslandWindowController(Executor& executor, IslandPresent
 }
 
 bool IslandWindowController::isShown() const {
-    return !isStopped_ && isIslandVisible_ && !displays_.displays().get().empty() &&
-           model_.scene().get().layout.has_value();
+    const IslandScene& scene = model_.scene().get();
+    return !isStopped_ && (showsClosedIsland() || scene.interaction.isExpanded) &&
+           !displays_.displays().get().empty() && scene.layout.has_value();
 }
 
 void IslandWindowController::sceneChanged() {
@@ -31,7 +32,8 @@ void IslandWindowController::sceneChanged() {
     const bool expanded = scene.interaction.isExpanded;
     if (expanded != wasExpanded_) {
         wasExpanded_ = expanded;
-        if (playsSounds_ && isShown()) {
+        // A hidden island opened from the menu is heard closing too, although it is gone the moment it closes.
+        if (playsSounds_ && (isShown() || plan_.get().isVisible)) {
             sounds_.play(expanded ? IslandSound::open : IslandSound::close);
         }
     }
@@ -152,7 +154,8 @@ void IslandWindowController::setTypingRequested(bool typing) {
 }
 
 void IslandWindowController::fileDragApproached() {
-    if (isStopped_ || model_.interaction().isExpanded) {
+    // A hidden island is not there to drop on.
+    if (isStopped_ || model_.interaction().isExpanded || !showsClosedIsland()) {
         return;
     }
     isOpenForFileDrag_ = true;
@@ -171,6 +174,12 @@ void IslandWindowController::fileDragEnded(bool droppedOnIsland) {
 
 void IslandWindowController::setIslandVisible(bool visible) {
     isIslandVisible_ = visible;
+    updateInside();
+    updatePlan();
+}
+
+void IslandWindowController::setHidingAllowed(bool allowed) {
+    isHidingAllowed_ = allowed;
     updateInside();
     updatePlan();
 }

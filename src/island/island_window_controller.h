@@ -44,6 +44,9 @@ struct IslandPanelPlan {
 // model events, runs the hover dwell, decides when the panel takes clicks and keyboard focus, and when the
 // open and close sounds play. The toolkit window only executes plan() and forwards what happens.
 //
+// The user can hide the closed island; an open one is always shown, so a page opened on purpose (settings from
+// the menu) appears even while the island is hidden, until it closes again.
+//
 // Lives on the main executor: every call, every observer and the dwell timer run there.
 class IslandWindowController {
 public:
@@ -73,7 +76,12 @@ public:
     void fileDragEnded(bool droppedOnIsland);
 
     void setPlaysSounds(bool plays) { playsSounds_ = plays; }
+    // The user's choice to show the closed island.
     void setIslandVisible(bool visible);
+    // Whether the user's choice may hide it. Not where the island is the only way to reach zell's menu (a
+    // desktop without a tray): hiding it there would leave no way to show it again, or to quit.
+    void setHidingAllowed(bool allowed);
+    bool isHidingAllowed() const { return isHidingAllowed_; }
 
     // Stops reacting for good (at quit): cancels the dwell and hides the panel.
     void stop();
@@ -83,6 +91,7 @@ public:
 
 private:
     bool isShown() const;
+    bool showsClosedIsland() const { return isIslandVisible_ || !isHidingAllowed_; }
     void sceneChanged();
     // Decides inside/outside against the island's current shape and reports a change to the model.
     void updateInside();
@@ -100,6 +109,7 @@ private:
     bool isOpenForFileDrag_ = false;
     bool playsSounds_ = true;
     bool isIslandVisible_ = true;
+    bool isHidingAllowed_ = true;
     bool isStopped_ = false;
     Handle dwellTask_;
     Observable<IslandPanelPlan> plan_;

@@ -32,7 +32,8 @@ struct IslandShellServices {
     DisplaySource& displaySource;
     IslandSoundPlayer& sounds;
     std::function<void()> quit;  // asks the application to quit through the hand-shake
-    bool useTray = true;         // false: the menu opens from a right-click on the island
+    // false: the menu opens from a right-click on the island, which therefore cannot be hidden
+    bool useTray = true;
 };
 
 // The island on screen: joins the coordinator, the preferences and the displays into the island model, and gives

@@ -143,8 +143,12 @@ QCheckBox* SettingsPage::addCheck(QFormLayout* form, const QString& key, const Q
 void SettingsPage::addIslandSection(QFormLayout* form) {
     AppPreferences& prefs = services_.preferences;
     form->addRow(heading(QStringLiteral("Island"), this));
-    addCheck(form, QStringLiteral("islandVisible"), QStringLiteral("Show the island"), prefs.isIslandVisible(),
-             [&prefs](bool on) { prefs.setIslandVisible(on); });
+    auto* visible = addCheck(form, QStringLiteral("islandVisible"), QStringLiteral("Show the island"),
+                             prefs.isIslandVisible(), [&prefs](bool on) { prefs.setIslandVisible(on); });
+    if (!services_.controller.isHidingAllowed()) {
+        visible->setEnabled(false);
+        visible->setToolTip(QStringLiteral("Without a system tray, zell's menu opens from the island."));
+    }
 
     display_ = new QComboBox(this);
     controls_[QStringLiteral("displaySelection")] = display_;

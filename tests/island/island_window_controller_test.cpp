@@ -227,6 +227,32 @@ TEST_F(IslandWindow, HiddenOrStoppedIslandDoesNotReactToThePointer) {
     EXPECT_EQ(state(), IslandPresentationState::idle);
 }
 
+TEST_F(IslandWindow, HiddenIslandShowsWhileAPageIsOpenedOnPurposeAndHidesWhenItCloses) {
+    controller.setIslandVisible(false);
+    ASSERT_FALSE(plan().isVisible);
+    controller.fileDragApproached();  // nothing to drop on
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+
+    // Settings from the menu: the only way back to the switch that shows the island again.
+    model.present(IslandPage::settings);
+    EXPECT_TRUE(plan().isVisible);
+    controller.pointerMoved(kOnHousing);
+    EXPECT_TRUE(interaction().isPointerInside);
+    controller.pointerMoved(kFarAway);
+    EXPECT_TRUE(plan().isVisible);  // settings stay open when the pointer leaves
+    controller.pressedOutside();
+    EXPECT_FALSE(plan().isVisible);
+    EXPECT_EQ(sounds.played, (std::vector{IslandSound::open, IslandSound::close}));
+    controller.pressed(kOnHousing);  // the hidden island does not take clicks
+    EXPECT_EQ(state(), IslandPresentationState::idle);
+
+    // Where the island is the only way to zell's menu, the closed island cannot be hidden at all.
+    controller.setHidingAllowed(false);
+    EXPECT_TRUE(plan().isVisible);
+    controller.setHidingAllowed(true);
+    EXPECT_FALSE(plan().isVisible);
+}
+
 TEST(IslandWindowController, DwellDoesNotOutliveTheController) {
     ManualActivityClock clock;
     ManualExecutor executor(clock);

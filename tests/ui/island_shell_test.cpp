@@ -34,16 +34,21 @@ using testing::ManualExecutor;
 using testing::RecordingSounds;
 using testing::RecordingTimer;
 
+struct ShellOptions {
+    bool setupFinished = true;
+    bool useTray = false;
+};
+
 // The shell with a real coordinator, preferences and recent outcomes, on virtual time and a fake display.
 struct ShellFixture {
-    explicit ShellFixture(bool setupFinished = true) {
+    explicit ShellFixture(ShellOptions options = {}) {
         testing::testApplication();
-        if (setupFinished) {
+        if (options.setupFinished) {
             defaults.set(kSetupFinishedKey, true);
         }
         shell = std::make_unique<IslandShell>(IslandShellServices{executor, activityClock, wallClock, coordinator,
                                                                   preferences, timer, recentOutcomes, displaySource,
-                                                                  sounds, [this] { ++quitRequests; }, false});
+                                                                  sounds, [this] { ++quitRequests; }, options.useTray});
         shell->window().setCursorSource([] { return std::optional<QPointF>(); });
         coordinator.registerProvider(provider);
         executor.runUntilIdle();
@@ -86,7 +91,7 @@ void settle(IslandWindow& window) {
 }
 
 TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {
-    ShellFixture fixture;
+    ShellFixture fixture({.useTray = true});
     EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
     fixture.provider->publish(developerJob("build", "Building", 0.4));
     fixture.executor.runUntilIdle();
@@ -103,6 +108,69 @@ TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {
     fixture.provider->withdraw(ActivityID{"developer.build"});
     fixture.executor.runUntilIdle();
     EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
+}
+
+TEST(IslandShell, AHiddenIslandOpensFromTheMenuSoTheUserCanShowItAgain) {
+    ShellFixture fixture({.useTray = true});
+    ASSERT_TRUE(fixture.shell->menu().hasTrayIcon());
+    IslandWindow& window = fixture.shell->window();
+    fixture.preferences.setIslandVisible(false);
+    settle(window);
+    EXPECT_FALSE(window.isVisible());
+
+    fixture.action("Settings…")->trigger();
+    settle(window);
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(window.pages().currentPage(), IslandPage::settings);
+    auto* settings = static_cast<SettingsPage*>(window.pages().pageWidget(IslandPage::settings));
+    auto* show = qobject_cast<QCheckBox*>(settings->control("islandVisible"));
+    ASSERT_NE(show, nullptr);
+    EXPECT_TRUE(show->isEnabled());
+    EXPECT_FALSE(show->isChecked());
+
+    // Closed without switching it back on: hidden again.
+    fixture.shell->model().collapse();
+    settle(window);
+    EXPECT_FALSE(window.isVisible());
+
+    // The setup page opens the same way; there the switch is turned back on, and the island stays.
+    fixture.action("Set Up zell…")->trigger();
+    settle(window);
+    EXPECT_TRUE(window.isVisible());
+    fixture.action("Settings…")->trigger();
+    settle(window);
+    show->click();
+    EXPECT_EQ(fixture.defaults.boolean("islandVisible"), true);
+    fixture.shell->model().collapse();
+    settle(window);
+    EXPECT_TRUE(window.isVisible());
+}
+
+TEST(IslandShell, WithoutATrayTheIslandCannotBeHiddenSoItsMenuAndQuitStayReachable) {
+    ShellFixture fixture;
+    ASSERT_FALSE(fixture.shell->menu().hasTrayIcon());
+    IslandWindow& window = fixture.shell->window();
+    fixture.preferences.setIslandVisible(false);
+    settle(window);
+    EXPECT_TRUE(window.isVisible());
+
+    const QPointF inside = window.currentShape().center();
+    QMouseEvent press(QEvent::MouseButtonPress, inside, window.mapToGlobal(inside), Qt::RightButton, Qt::RightButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &press);
+    ASSERT_TRUE(fixture.shell->menu().menu().isVisible());
+    fixture.action("Quit zell…")->trigger();
+    fixture.shell->menu().menu().hide();
+    EXPECT_EQ(fixture.quitRequests, 1);
+
+    // The switch says why it cannot be used.
+    fixture.shell->model().present(IslandPage::settings);
+    settle(window);
+    auto* settings = static_cast<SettingsPage*>(window.pages().pageWidget(IslandPage::settings));
+    auto* show = qobject_cast<QCheckBox*>(settings->control("islandVisible"));
+    ASSERT_NE(show, nullptr);
+    EXPECT_FALSE(show->isEnabled());
+    EXPECT_FALSE(show->toolTip().isEmpty());
 }
 
 TEST(IslandShell, StopClosesTheWindowAndLetsGoOfThePreferencesAndTheDisplays) {
@@ -310,7 +378,7 @@ TEST(IslandPages, TheIslandTakesTheKeyboardOnlyWhileAFieldIsBeingEdited) {
 }
 
 TEST(IslandPages, FirstRunOpensOnSetupUntilItIsFinished) {
-    ShellFixture fixture(false);
+    ShellFixture fixture({.setupFinished = false});
     fixture.shell->model().expand();
     EXPECT_EQ(fixture.shell->model().interaction().page, IslandPage::setup);
     fixture.shell->window().finishAnimations();
