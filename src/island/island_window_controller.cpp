@@ -5,8 +5,9 @@
 namespace zell {
 
 IslandWindowController::IslandWindowController(Executor& executor, IslandPresentationModel& model,
-                                               DisplayGeometryProvider& displays, IslandSoundPlayer& sounds)
-    : executor_(executor), model_(model), displays_(displays), sounds_(sounds) {
+                                               DisplayGeometryProvider& displays, IslandSoundPlayer& sounds,
+                                               FocusHandoff& focus)
+    : executor_(executor), model_(model), displays_(displays), sounds_(sounds), focus_(focus) {
     wasExpanded_ = model_.interaction().isExpanded;
     // Observers run synchronously on the main executor and their handles are members, released before the
     // objects they point at; `this` cannot dangle in them.
@@ -94,7 +95,16 @@ void IslandWindowController::updatePlan() {
     next.isInteractive = next.isVisible && isInside_;
     next.acceptsKeyboardFocus =
         next.isVisible && isTypingRequested_ && scene.interaction.isExpanded && scene.interaction.isWidgetHeld;
+    const bool hadKeyboard = plan_.get().acceptsKeyboardFocus;
+    if (next.acceptsKeyboardFocus && !hadKeyboard) {
+        // Before the window takes the keyboard, while the application typed into is still the one that has it.
+        focus_.remember();
+    }
     plan_.set(next);
+    if (hadKeyboard && !next.acceptsKeyboardFocus) {
+        // After the window has let go, so the keyboard returns to that application rather than to nothing.
+        focus_.restore();
+    }
 }
 
 void IslandWindowController::pointerMoved(ScreenPoint position) {

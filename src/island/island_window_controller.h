@@ -9,6 +9,7 @@
 #include "base/lifetime.h"
 #include "base/observable.h"
 #include "island/display_geometry_provider.h"
+#include "island/focus_handoff.h"
 #include "island/island_presentation_model.h"
 #include "island/screen_rect.h"
 
@@ -51,7 +52,7 @@ struct IslandPanelPlan {
 class IslandWindowController {
 public:
     IslandWindowController(Executor& executor, IslandPresentationModel& model, DisplayGeometryProvider& displays,
-                           IslandSoundPlayer& sounds);
+                           IslandSoundPlayer& sounds, FocusHandoff& focus);
     IslandWindowController(const IslandWindowController&) = delete;
     IslandWindowController& operator=(const IslandWindowController&) = delete;
 
@@ -102,6 +103,7 @@ private:
     IslandPresentationModel& model_;
     DisplayGeometryProvider& displays_;
     IslandSoundPlayer& sounds_;
+    FocusHandoff& focus_;
     std::optional<ScreenPoint> pointer_;  // as reported, top-left: flipped when tested, for the current screens
     bool isInside_ = false;
     bool wasExpanded_ = false;

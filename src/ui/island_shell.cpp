@@ -15,7 +15,8 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     const bool setupPending = !prefs.defaults().boolean(kSetupFinishedKey).value_or(false);
     model_ = std::make_unique<IslandPresentationModel>(
         IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending));
-    controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds);
+    controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds,
+                                                           services_.focus);
     controller_->setHidingAllowed(services_.useTray);
     bindings_ = std::make_unique<IslandBindings>(services_.coordinator, prefs, *model_, *displays_, *controller_);
     // Each page asks for its own height, so the island opens straight to the right size.

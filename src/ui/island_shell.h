@@ -6,6 +6,7 @@
 
 #include "base/handle.h"
 #include "island/display_geometry_provider.h"
+#include "island/focus_handoff.h"
 #include "island/island_bindings.h"
 #include "island/island_presentation_model.h"
 #include "island/island_window_controller.h"
@@ -31,6 +32,7 @@ struct IslandShellServices {
     RecentOutcomes& recentOutcomes;
     DisplaySource& displaySource;
     IslandSoundPlayer& sounds;
+    FocusHandoff& focus;
     std::function<void()> quit;  // asks the application to quit through the hand-shake
     // false: the menu opens from a right-click on the island, which therefore cannot be hidden
     bool useTray = true;

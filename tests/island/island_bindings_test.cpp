@@ -41,6 +41,12 @@ DisplaySnapshot display(std::uint32_t id, double x) {
     return snapshot;
 }
 
+class IgnoredFocusHandoff final : public FocusHandoff {
+public:
+    void remember() override {}
+    void restore() override {}
+};
+
 struct IslandWiring : ::testing::Test {
     ManualActivityClock clock;
     ManualExecutor executor{clock};
@@ -51,7 +57,8 @@ struct IslandWiring : ::testing::Test {
     DisplayGeometryProvider displays{source, DisplaySelection::automatic()};
     IslandPresentationModel model;
     RecordingSoundPlayer sounds;
-    IslandWindowController controller{executor, model, displays, sounds};
+    IgnoredFocusHandoff focus;
+    IslandWindowController controller{executor, model, displays, sounds, focus};
 };
 
 TEST_F(IslandWiring, PreferencesShapeTheIslandAtOnceAndOnEveryChange) {

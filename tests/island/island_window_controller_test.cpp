@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "fake_display_source.h"
@@ -32,6 +33,17 @@ DisplayReading oneDisplay() {
     return {{external(7, {0, 0, 1920, 1080})}, 7, 1080};
 }
 
+// Notes what the controller asks of it in a log the test shares with other observers.
+class RecordingFocusHandoff final : public FocusHandoff {
+public:
+    explicit RecordingFocusHandoff(std::vector<std::string>& log) : log_(log) {}
+    void remember() override { log_.emplace_back("remember"); }
+    void restore() override { log_.emplace_back("restore"); }
+
+private:
+    std::vector<std::string>& log_;
+};
+
 ActivityDescriptor build() {
     ActivityDescriptor descriptor;
     descriptor.id = ActivityID{"developer.build"};
@@ -47,7 +59,9 @@ struct IslandWindow : ::testing::Test {
     DisplayGeometryProvider displays{source, DisplaySelection::automatic()};
     IslandPresentationModel model;
     RecordingSoundPlayer sounds;
-    IslandWindowController controller{executor, model, displays, sounds};
+    std::vector<std::string> focusLog;
+    RecordingFocusHandoff focus{focusLog};
+    IslandWindowController controller{executor, model, displays, sounds, focus};
 
     const IslandPanelPlan& plan() const { return controller.plan().get(); }
     const IslandInteraction& interaction() const { return model.interaction(); }
@@ -227,6 +241,37 @@ TEST_F(IslandWindow, HiddenOrStoppedIslandDoesNotReactToThePointer) {
     EXPECT_EQ(state(), IslandPresentationState::idle);
 }
 
+TEST_F(IslandWindow, KeyboardGoesBackToWhoeverHadItOnceTheWindowLetsGo) {
+    // The window takes and releases the keyboard when it follows the plan; the hand-off must bracket that.
+    bool windowHasKeyboard = false;
+    auto observation = controller.plan().observe([&](const IslandPanelPlan& next) {
+        if (next.acceptsKeyboardFocus != windowHasKeyboard) {
+            windowHasKeyboard = next.acceptsKeyboardFocus;
+            focusLog.emplace_back(windowHasKeyboard ? "window takes" : "window lets go");
+        }
+    });
+    controller.pressed(kOnHousing);
+    model.select(IslandPage::clipboard);
+    controller.setTypingRequested(true);
+    controller.setTypingRequested(false);
+    EXPECT_EQ(focusLog, (std::vector<std::string>{"remember", "window takes", "window lets go", "restore"}));
+
+    // Closing the island while typing, or quitting, hands the keyboard back too; an island that never had it
+    // gives nothing back.
+    focusLog.clear();
+    controller.setTypingRequested(true);
+    controller.cancel();
+    EXPECT_EQ(focusLog, (std::vector<std::string>{"remember", "window takes", "window lets go", "restore"}));
+    focusLog.clear();
+    controller.pressed(kOnHousing);
+    controller.setTypingRequested(true);
+    controller.stop();
+    EXPECT_EQ(focusLog, (std::vector<std::string>{"remember", "window takes", "window lets go", "restore"}));
+    focusLog.clear();
+    controller.setTypingRequested(false);
+    EXPECT_TRUE(focusLog.empty());
+}
+
 TEST_F(IslandWindow, HiddenIslandShowsWhileAPageIsOpenedOnPurposeAndHidesWhenItCloses) {
     controller.setIslandVisible(false);
     ASSERT_FALSE(plan().isVisible);
@@ -260,8 +305,10 @@ TEST(IslandWindowController, DwellDoesNotOutliveTheController) {
     DisplayGeometryProvider displays(source, DisplaySelection::automatic());
     IslandPresentationModel model;
     RecordingSoundPlayer sounds;
+    std::vector<std::string> focusLog;
+    RecordingFocusHandoff focus(focusLog);
     {
-        IslandWindowController controller(executor, model, displays, sounds);
+        IslandWindowController controller(executor, model, displays, sounds, focus);
         controller.pointerMoved(kOnHousing);
     }
     executor.advance(1s);

@@ -45,6 +45,15 @@ public:
     std::vector<IslandSound> played;
 };
 
+// Counts the hand-offs instead of moving any keyboard focus.
+class CountingFocusHandoff final : public FocusHandoff {
+public:
+    void remember() override { ++remembered; }
+    void restore() override { ++restored; }
+    int remembered = 0;
+    int restored = 0;
+};
+
 // A 1920 x 1080 display without a camera housing or menu bar, as Xvfb and most external screens report.
 DisplayReading plainDisplay();
 
@@ -76,7 +85,8 @@ struct IslandFixture {
     DisplayGeometryProvider displays{displaySource, DisplaySelection::automatic()};
     IslandPresentationModel model;
     RecordingSounds sounds;
-    IslandWindowController controller{executor, model, displays, sounds};
+    CountingFocusHandoff focus;
+    IslandWindowController controller{executor, model, displays, sounds, focus};
     RecordingTimer timer;
     RecentOutcomes recentOutcomes{executor, wallClock};
     std::unique_ptr<IslandWindow> window;

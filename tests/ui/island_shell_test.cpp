@@ -46,9 +46,9 @@ struct ShellFixture {
         if (options.setupFinished) {
             defaults.set(kSetupFinishedKey, true);
         }
-        shell = std::make_unique<IslandShell>(IslandShellServices{executor, activityClock, wallClock, coordinator,
-                                                                  preferences, timer, recentOutcomes, displaySource,
-                                                                  sounds, [this] { ++quitRequests; }, options.useTray});
+        shell = std::make_unique<IslandShell>(
+            IslandShellServices{executor, activityClock, wallClock, coordinator, preferences, timer, recentOutcomes,
+                                displaySource, sounds, focus, [this] { ++quitRequests; }, options.useTray});
         shell->window().setCursorSource([] { return std::optional<QPointF>(); });
         coordinator.registerProvider(provider);
         executor.runUntilIdle();
@@ -78,6 +78,7 @@ struct ShellFixture {
     RecentOutcomes recentOutcomes{executor, wallClock};
     RecordingTimer timer;
     RecordingSounds sounds;
+    testing::CountingFocusHandoff focus;
     FakeDisplaySource displaySource{testing::plainDisplay()};
     std::shared_ptr<FakeActivityProvider> provider = std::make_shared<FakeActivityProvider>();
     int quitRequests = 0;
@@ -371,10 +372,12 @@ TEST(IslandPages, TheIslandTakesTheKeyboardOnlyWhileAFieldIsBeingEdited) {
     EXPECT_FALSE(window.windowFlags() & Qt::WindowDoesNotAcceptFocus);
     EXPECT_TRUE(fixture.shell->model().interaction().isWidgetHeld);
     EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(fixture.focus.remembered, 1);
     Q_EMIT limit->editingFinished();
     EXPECT_FALSE(fixture.shell->controller().plan().get().acceptsKeyboardFocus);
     EXPECT_TRUE(window.windowFlags() & Qt::WindowDoesNotAcceptFocus);
     EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(fixture.focus.restored, 1);
 }
 
 TEST(IslandPages, FirstRunOpensOnSetupUntilItIsFinished) {

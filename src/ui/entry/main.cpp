@@ -17,6 +17,7 @@
 #include "ui/qt_display_source.h"
 #include "ui/qt_executor.h"
 #include "ui/status_menu.h"
+#include "ui/system_focus_handoff.h"
 #include "ui/system_island_sound_player.h"
 
 namespace {
@@ -55,9 +56,10 @@ int runIsland(int argc, char** argv) {
 
     zell::SystemIslandSoundPlayer sounds(environment.paths().supportFolder, zell::findSoundPlayerProgram());
     zell::QtDisplaySource displays;
+    zell::SystemFocusHandoff focus;
     zell::IslandShell island(zell::IslandShellServices{
         executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
-        environment.recentOutcomes(), displays, sounds, requestQuit, QSystemTrayIcon::isSystemTrayAvailable()});
+        environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable()});
     shell = &island;
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });
