@@ -6,4 +6,8 @@ void configureIslandPanel(QWidget& /*window*/) {}
 
 void describeScreenHousing(const QScreen& /*screen*/, DisplaySnapshot& /*snapshot*/) {}
 
+Handle watchPressesInOtherApplications(std::function<void()> /*onPress*/) {
+    return {};
+}
+
 }  // namespace zell

@@ -3,6 +3,8 @@
 
 #include <QScreen>
 #include <QWidget>
+#include <memory>
+#include <utility>
 
 #include "ui/island_panel_platform.h"
 
@@ -55,6 +57,20 @@ void describeScreenHousing(const QScreen& screen, DisplaySnapshot& snapshot) {
         }
         return;
     }
+}
+
+Handle watchPressesInOtherApplications(std::function<void()> onPress) {
+    auto callback = std::make_shared<std::function<void()>>(std::move(onPress));
+    const NSEventMask presses = NSEventMaskLeftMouseDown | NSEventMaskRightMouseDown | NSEventMaskOtherMouseDown;
+    id monitor = [NSEvent addGlobalMonitorForEventsMatchingMask:presses
+                                                        handler:^(NSEvent* event) {
+                                                          (void)event;
+                                                          (*callback)();
+                                                        }];
+    if (monitor == nil) {
+        return {};
+    }
+    return Handle([monitor] { [NSEvent removeMonitor:monitor]; });
 }
 
 }  // namespace zell

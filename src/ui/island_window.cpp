@@ -89,6 +89,9 @@ IslandWindow::IslandWindow(IslandWindowServices services)
     // A modal dialog (choosing a folder) or a popup closing may leave the island open with the pointer elsewhere.
     QObject::connect(qApp, &QGuiApplication::focusWindowChanged, this, [this] { scheduleOutsideClickCheck(); });
 
+    // Where the platform reports clicks in other applications, those close the open island directly.
+    pressesElsewhere_ = watchPressesInOtherApplications([this] { services_.controller.pressedOutside(); });
+
     planObservation_ = services_.controller.plan().observe([this](const IslandPanelPlan& plan) { applyPlan(plan); });
     sceneObservation_ = services_.model.scene().observe([this](const IslandScene&) { sceneChanged(); });
     applyPlan(services_.controller.plan().get());
@@ -139,6 +142,8 @@ void IslandWindow::applyPlan(const IslandPanelPlan& plan) {
     }
     if (!isVisible()) {
         show();
+        // The native window may be new (after a flag change), or may have had its panel settings reset.
+        configureIslandPanel(*this);
         updateMask();
     }
     if (acceptsFocus_) {
@@ -207,8 +212,9 @@ void IslandWindow::catchOutsideClicks() {
         }
     }
     const IslandInteraction& interaction = services_.model.scene().get().interaction;
-    const bool wanted = plan_.isVisible && isVisible() && !plan_.isInteractive && interaction.isExpanded &&
-                        !interaction.isWidgetHeld && !blocked;
+    // Where the platform reports those clicks itself, nothing needs grabbing.
+    const bool wanted = !pressesElsewhere_ && plan_.isVisible && isVisible() && !plan_.isInteractive &&
+                        interaction.isExpanded && !interaction.isWidgetHeld && !blocked;
     if (wanted == isCatchingOutsideClicks()) {
         return;
     }

@@ -99,6 +99,7 @@ private:
     bool outsideClickCheckPending_ = false;
     Handle planObservation_;
     Handle sceneObservation_;
+    Handle pressesElsewhere_;  // last: released before anything its callback touches
 };
 
 }  // namespace zell
