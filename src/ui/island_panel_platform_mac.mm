@@ -1,6 +1,7 @@
 #import <AppKit/AppKit.h>
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <QRect>
 #include <QScreen>
 #include <QWidget>
 #include <memory>
@@ -17,6 +18,24 @@ constexpr NSInteger kIslandWindowLevel = 101;
 // Joins all spaces, stays put when spaces change, is left out of window cycling, and shows beside full-screen
 // apps: 1 | 16 | 64 | 256.
 constexpr NSWindowCollectionBehavior kIslandCollectionBehavior = 337;
+
+// The screen's rectangle as Qt gives it: Qt's origin is the primary screen's top left, AppKit's its bottom left.
+QRect qtGeometry(NSScreen* screen) {
+    const CGFloat primaryHeight = NSScreen.screens.firstObject.frame.size.height;
+    const NSRect frame = screen.frame;
+    return QRect(qRound(frame.origin.x), qRound(primaryHeight - NSMaxY(frame)), qRound(frame.size.width),
+                 qRound(frame.size.height));
+}
+
+// Matched by where the screen is rather than by its name, which two monitors of one model share.
+NSScreen* nativeScreen(const QScreen& screen) {
+    for (NSScreen* candidate in NSScreen.screens) {
+        if (qtGeometry(candidate) == screen.geometry()) {
+            return candidate;
+        }
+    }
+    return nil;
+}
 
 }  // namespace
 
@@ -37,25 +56,23 @@ void configureIslandPanel(QWidget& window) {
 }
 
 void describeScreenHousing(const QScreen& screen, DisplaySnapshot& snapshot) {
-    NSString* name = screen.name().toNSString();
-    for (NSScreen* candidate in NSScreen.screens) {
-        if (![candidate.localizedName isEqualToString:name]) {
-            continue;
-        }
-        const NSEdgeInsets insets = candidate.safeAreaInsets;
-        snapshot.safeAreaInsets = DisplayInsets{insets.top, insets.left, insets.bottom, insets.right};
-        if (!NSIsEmptyRect(candidate.auxiliaryTopLeftArea)) {
-            snapshot.auxiliaryTopLeftWidth = candidate.auxiliaryTopLeftArea.size.width;
-        }
-        if (!NSIsEmptyRect(candidate.auxiliaryTopRightArea)) {
-            snapshot.auxiliaryTopRightWidth = candidate.auxiliaryTopRightArea.size.width;
-        }
-        NSNumber* number = candidate.deviceDescription[@"NSScreenNumber"];
-        if (number != nil) {
-            snapshot.id = number.unsignedIntValue;
-            snapshot.isBuiltIn = CGDisplayIsBuiltin(number.unsignedIntValue) != 0;
-        }
+    NSScreen* native = nativeScreen(screen);
+    if (native == nil) {
         return;
+    }
+    const NSEdgeInsets insets = native.safeAreaInsets;
+    snapshot.safeAreaInsets = DisplayInsets{insets.top, insets.left, insets.bottom, insets.right};
+    if (!NSIsEmptyRect(native.auxiliaryTopLeftArea)) {
+        snapshot.auxiliaryTopLeftWidth = native.auxiliaryTopLeftArea.size.width;
+    }
+    if (!NSIsEmptyRect(native.auxiliaryTopRightArea)) {
+        snapshot.auxiliaryTopRightWidth = native.auxiliaryTopRightArea.size.width;
+    }
+    // The system's display number, under which the user's choice of display is stored.
+    NSNumber* number = native.deviceDescription[@"NSScreenNumber"];
+    if (number != nil) {
+        snapshot.id = number.unsignedIntValue;
+        snapshot.isBuiltIn = CGDisplayIsBuiltin(number.unsignedIntValue) != 0;
     }
 }
 

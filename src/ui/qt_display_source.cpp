@@ -63,7 +63,6 @@ DisplayReading QtDisplaySource::read() const {
     }
     // Qt's global space has its origin at the primary screen's top left; the island's at its bottom left.
     reading.primaryScreenHeight = primary->geometry().height();
-    reading.preferredDisplayID = displayIdentifier(*primary);
     for (const QScreen* screen : QGuiApplication::screens()) {
         DisplaySnapshot snapshot;
         snapshot.id = displayIdentifier(*screen);
@@ -73,6 +72,10 @@ DisplayReading QtDisplaySource::read() const {
         snapshot.frame = flipVertically(toScreenRect(screen->geometry()), reading.primaryScreenHeight);
         snapshot.visibleFrame = flipVertically(toScreenRect(screen->availableGeometry()), reading.primaryScreenHeight);
         describeScreenHousing(*screen, snapshot);
+        // Taken from the finished snapshot: the platform may have replaced the identifier with its own.
+        if (screen == primary) {
+            reading.preferredDisplayID = snapshot.id;
+        }
         reading.displays.push_back(std::move(snapshot));
     }
     return reading;

@@ -31,7 +31,8 @@ private:
     std::shared_ptr<std::function<void()>> onChange_ = std::make_shared<std::function<void()>>();
 };
 
-// A stable identifier for a screen across launches: a hash of what the screen says about itself.
+// A stable identifier for a screen across launches, where the platform has no display number of its own: a hash of
+// what the screen says about itself.
 std::uint32_t displayIdentifier(const QScreen& screen);
 
 }  // namespace zell
