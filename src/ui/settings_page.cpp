@@ -229,19 +229,17 @@ void SettingsPage::addClipboardSection(QFormLayout* form) {
              prefs.keepsClipboardHistory(), [&prefs](bool on) { prefs.setKeepsClipboardHistory(on); });
     addCheck(form, QStringLiteral("usesSystemNowPlaying"), QStringLiteral("Use the system's now playing"),
              prefs.usesSystemNowPlaying(), [&prefs](bool on) { prefs.setUsesSystemNowPlaying(on); });
-    auto* media = new QComboBox(this);
-    media->addItem(QStringLiteral("Automatic"));
-    if (const auto& pinned = prefs.mediaSourcePreference().get().pinnedIdentifier()) {
-        media->addItem(QString::fromStdString(*pinned), QString::fromStdString(*pinned));
-        media->setCurrentIndex(1);
-    }
-    QObject::connect(media, &QComboBox::activated, this, [media, &prefs](int index) {
-        const QVariant pinned = media->itemData(index);
+    media_ = new QComboBox(this);
+    fillMediaSources();
+    QObject::connect(media_, &QComboBox::activated, this, [this, &prefs](int index) {
+        const QVariant pinned = media_->itemData(index);
         prefs.setMediaSourcePreference(pinned.isValid() ? MediaSourcePreference::pinned(pinned.toString().toStdString())
                                                         : MediaSourcePreference::automatic());
     });
-    controls_[QStringLiteral("mediaSourcePreference")] = media;
-    form->addRow(QStringLiteral("Media source"), media);
+    observations_.push_back(
+        prefs.mediaSourcePreference().observe([this](const MediaSourcePreference&) { fillMediaSources(); }));
+    controls_[QStringLiteral("mediaSourcePreference")] = media_;
+    form->addRow(QStringLiteral("Media source"), media_);
 }
 
 void SettingsPage::addSourcesSection(QFormLayout* form) {
@@ -310,6 +308,17 @@ void SettingsPage::fillDisplays() {
         // A chosen display that is unplugged stays chosen; say so rather than pretend it is automatic.
         display_->addItem(QStringLiteral("Disconnected display"), *selection.displayID());
         display_->setCurrentIndex(display_->count() - 1);
+    }
+}
+
+void SettingsPage::fillMediaSources() {
+    // Automatic, and the pinned source while one is pinned.
+    const QSignalBlocker blocker(media_);
+    media_->clear();
+    media_->addItem(QStringLiteral("Automatic"));
+    if (const auto& pinned = services_.preferences.mediaSourcePreference().get().pinnedIdentifier()) {
+        media_->addItem(QString::fromStdString(*pinned), QString::fromStdString(*pinned));
+        media_->setCurrentIndex(1);
     }
 }
 

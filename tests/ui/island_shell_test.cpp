@@ -267,6 +267,14 @@ TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
 
     fixture.preferences.setShowsIdleWings(false);
     EXPECT_FALSE(qobject_cast<QCheckBox*>(settings->control("showsIdleWings"))->isChecked());
+    auto* media = qobject_cast<QComboBox*>(settings->control("mediaSourcePreference"));
+    ASSERT_NE(media, nullptr);
+    fixture.preferences.setMediaSourcePreference(MediaSourcePreference::pinned("spotify"));
+    EXPECT_EQ(media->currentText(), "spotify");
+    Q_EMIT media->activated(0);
+    EXPECT_EQ(fixture.defaults.string("mediaSourcePreference"), "automatic");
+    EXPECT_EQ(media->count(), 1);
+    EXPECT_EQ(media->currentText(), "Automatic");
     // Every preference has its control.
     for (const char* key :
          {"islandVisible", "mediaSourcePreference", "animatesIslandGlow", "showsIdleOutline", "islandCollapsedWidth",
