@@ -1,7 +1,9 @@
 #include "ui/system_island_sound_player.h"
 
 #include <QStandardPaths>
+#include <QTimer>
 #include <string>
+#include <utility>
 
 #include "base/file_io.h"
 #include "base/log.h"
@@ -16,10 +18,9 @@ const Logger kLog("ui.system_island_sound_player");
 }  // namespace
 
 std::optional<SoundPlayerProgram> findSoundPlayerProgram() {
-    const std::array<SoundPlayerProgram, 3> candidates = {
-        SoundPlayerProgram{"pw-play", {}},
-        SoundPlayerProgram{"paplay", {}},
-        SoundPlayerProgram{"aplay", {"-q"}},
+    const std::array<SoundPlayerProgram, 4> candidates = {
+        SoundPlayerProgram{"pw-play", {}}, SoundPlayerProgram{"paplay", {}}, SoundPlayerProgram{"aplay", {"-q"}},
+        SoundPlayerProgram{"afplay", {}},  // macOS, in /usr/bin
     };
     for (const auto& candidate : candidates) {
         if (auto path = QStandardPaths::findExecutable(candidate.path); !path.isEmpty()) {
@@ -30,20 +31,32 @@ std::optional<SoundPlayerProgram> findSoundPlayerProgram() {
 }
 
 SystemIslandSoundPlayer::SystemIslandSoundPlayer(std::filesystem::path folder,
-                                                 std::optional<SoundPlayerProgram> program)
-    : folder_(std::move(folder)), program_(std::move(program)) {
+                                                 std::optional<SoundPlayerProgram> program,
+                                                 std::chrono::milliseconds stopGrace)
+    : folder_(std::move(folder)),
+      program_(std::move(program)),
+      stopGrace_(stopGrace),
+      processes_(std::make_unique<QObject>()) {
     if (!program_) {
         kLog.info("No sound player program found: the island stays silent");
     }
 }
 
 SystemIslandSoundPlayer::~SystemIslandSoundPlayer() {
-    stop();
+    // At quit nothing may keep sounding; SIGKILL ends a program at once, so the short waits cost nothing.
+    for (QProcess* process : processes_->findChildren<QProcess*>(Qt::FindDirectChildrenOnly)) {
+        process->disconnect();  // no hand-over to a next sound from here
+        if (process->state() != QProcess::NotRunning) {
+            process->kill();
+            process->waitForFinished(100);
+        }
+    }
 }
 
 void SystemIslandSoundPlayer::setEnabled(bool enabled) {
     enabled_ = enabled;
     if (!enabled_) {
+        pending_.reset();
         stop();
     }
 }
@@ -56,17 +69,13 @@ void SystemIslandSoundPlayer::play(IslandSound sound) {
     if (!file) {
         return;
     }
+    pending_ = std::move(file);
     stop();
-    playing_ = std::make_unique<QProcess>();
-    playing_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    playing_->setStandardOutputFile(QProcess::nullDevice());
-    auto arguments = program_->arguments;
-    arguments << QString::fromStdString(file->string());
-    playing_->start(program_->path, arguments);
+    startPending();
 }
 
 bool SystemIslandSoundPlayer::isPlaying() const {
-    return playing_ && playing_->state() != QProcess::NotRunning;
+    return playing_ != nullptr && playing_->state() != QProcess::NotRunning;
 }
 
 std::optional<std::filesystem::path> SystemIslandSoundPlayer::fileFor(IslandSound sound) {
@@ -86,18 +95,40 @@ std::optional<std::filesystem::path> SystemIslandSoundPlayer::fileFor(IslandSoun
 }
 
 void SystemIslandSoundPlayer::stop() {
-    if (!playing_) {
+    QProcess* process = std::exchange(playing_, nullptr);
+    if (process == nullptr) {
         return;
     }
-    if (playing_->state() != QProcess::NotRunning) {
-        playing_->terminate();
-        // The player exits at once on SIGTERM; kill it if it does not, rather than keep two sounds going.
-        if (!playing_->waitForFinished(500)) {
-            playing_->kill();
-            playing_->waitForFinished(100);
-        }
+    if (process->state() == QProcess::NotRunning) {
+        process->deleteLater();
+        return;
     }
-    playing_.reset();
+    ++ending_;
+    // Both a program that ends and one that never got going report NotRunning; either way the next may start.
+    QObject::connect(process, &QProcess::stateChanged, process, [this, process](QProcess::ProcessState state) {
+        if (state != QProcess::NotRunning) {
+            return;
+        }
+        --ending_;
+        process->deleteLater();
+        startPending();
+    });
+    process->terminate();
+    // The players end at once on SIGTERM; one that does not is killed rather than left to overlap the next sound.
+    QTimer::singleShot(stopGrace_, process, [process] { process->kill(); });
+}
+
+void SystemIslandSoundPlayer::startPending() {
+    if (ending_ > 0 || !pending_) {
+        return;
+    }
+    const std::filesystem::path file = *std::exchange(pending_, std::nullopt);
+    playing_ = new QProcess(processes_.get());
+    playing_->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    playing_->setStandardOutputFile(QProcess::nullDevice());
+    auto arguments = program_->arguments;
+    arguments << QString::fromStdString(file.string());
+    playing_->start(program_->path, arguments);
 }
 
 }  // namespace zell

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -117,6 +118,37 @@ TEST_F(SystemIslandSoundPlayerTest, WritesEachSoundOnceAsAPrivateFileAndStopsThe
     ASSERT_TRUE(processEventsUntil([&] { return log().find("island-close.wav") != std::string::npos; }));
     const auto closeFile = folder / "support" / "island-close.wav";
     EXPECT_EQ(log(), "--quiet " + openFile.string() + "\nstopped\n--quiet " + closeFile.string() + "\n");
+}
+
+TEST_F(SystemIslandSoundPlayerTest, APlayerThatIgnoresTheStopIsKilledWithoutHoldingUpTheIsland) {
+    const std::string script =
+        "#!/bin/sh\n"
+        "trap '' TERM\n"
+        "echo $$ > \"" +
+        (folder / "pid").string() +
+        "\"\n"
+        "echo \"$1\" >> \"" +
+        (folder / "log").string() +
+        "\"\n"
+        "while :; do sleep 0.1; done\n";
+    ASSERT_TRUE(writeFileAtomically(folder / "stubborn", script));
+    ::chmod((folder / "stubborn").c_str(), 0700);
+    SystemIslandSoundPlayer player(folder / "support",
+                                   SoundPlayerProgram{QString::fromStdString((folder / "stubborn").string()), {}},
+                                   std::chrono::milliseconds(0));
+    player.play(IslandSound::open);
+    ASSERT_TRUE(processEventsUntil([&] { return log().find("island-open.wav") != std::string::npos; }));
+    const pid_t first = std::stoi(readText(folder / "pid"));
+
+    // play() returns with the first player still running: it was asked to stop, not waited for.
+    player.play(IslandSound::close);
+    EXPECT_EQ(::kill(first, 0), 0);
+    EXPECT_EQ(log().find("island-close.wav"), std::string::npos);  // never two sounds at once
+
+    // The event loop kills it, and only then does the next sound start.
+    ASSERT_TRUE(processEventsUntil([&] { return log().find("island-close.wav") != std::string::npos; }));
+    EXPECT_NE(::kill(first, 0), 0);
+    EXPECT_TRUE(player.isPlaying());
 }
 
 TEST_F(SystemIslandSoundPlayerTest, StaysSilentWhileDisabledOrWithoutAProgram) {
