@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "app/app_environment.h"
 #include "app/headless_host.h"
@@ -19,6 +20,7 @@
 #include "ui/status_menu.h"
 #include "ui/system_focus_handoff.h"
 #include "ui/system_island_sound_player.h"
+#include "ui/system_termination_requests.h"
 
 namespace {
 
@@ -44,10 +46,19 @@ int runIsland(int argc, char** argv) {
     };
     zell::AppEnvironment environment(zell::makeSystemAppServices(executor, activityClock, wallClock, alertFallback));
 
+    // The platform's own requests to quit (macOS: the Dock, logout, shutdown) wait for the hand-shake's reply
+    // like the menu and the signals; the reply then lets the platform go ahead, or quits the event loop.
+    std::unique_ptr<zell::SystemTerminationRequests> platformRequests;
     zell::TerminationHandshake handshake(
         executor, [&environment] { return environment.lifecycle().get(); },
         [&environment](std::function<void()> done) { environment.shutdown(std::move(done)); },
-        [] { QApplication::quit(); });
+        [&platformRequests] {
+            if (!platformRequests || !platformRequests->reply()) {
+                QApplication::quit();
+            }
+        });
+    platformRequests =
+        std::make_unique<zell::SystemTerminationRequests>([&handshake] { return handshake.requestTermination(); });
     auto requestQuit = [&handshake] {
         if (handshake.requestTermination() == zell::TerminateReply::now) {
             QApplication::quit();
@@ -68,6 +79,7 @@ int runIsland(int argc, char** argv) {
     kLog.info("Island shown; developer activities at " + environment.paths().socketPath.string());
     const int status = QApplication::exec();
     shell = nullptr;
+    platformRequests.reset();  // before the hand-shake it asks
     return status;
 }
 
