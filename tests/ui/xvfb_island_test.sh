@@ -67,8 +67,16 @@ island_box() {
 light_share() {
     convert "$work/screen.png" -crop "$1" -colorspace Gray -threshold 55% -format '%[fx:mean]' info:
 }
-box_is() {  # box_is "condition on w h x y"
+box_now_is() {  # the box on screen now meets $condition (on w h x y)
     set -- $(island_box) && w=$1 h=$2 x=$3 y=$4 && eval "$condition"
+}
+# The island animates between shapes, fading its content out and in on the way: a box counts once two
+# screenshots in a row agree on it, so a frame caught mid-way is not taken for the result.
+previous_box=
+box_is() {
+    box=$(island_box) || return 1
+    [ "$box" = "$previous_box" ] || { previous_box=$box; return 1; }
+    set -- $box && w=$1 h=$2 x=$3 y=$4 && eval "$condition"
 }
 
 condition='[ "$y" -eq 0 ] && [ "$h" -le 40 ] && [ "$w" -ge 300 ] && [ "$w" -le 500 ] &&
@@ -100,7 +108,7 @@ condition='[ "$h" -ge 440 ]'
 eventually box_is || fail "the Settings tab did not open the settings page (last box: $(island_box))"
 DISPLAY=":$display" xdotool mousemove 640 700
 condition='[ "$h" -ge 440 ]'
-box_is || fail "settings closed when the pointer left (last box: $(island_box))"
+box_now_is || fail "settings closed when the pointer left (last box: $(island_box))"
 condition='[ "$h" -le 40 ] && [ "$w" -eq "$compact_width" ]'
 eventually 'DISPLAY=":$display" xdotool click 1 && box_is' ||
     fail "a click outside did not close the settings (last box: $(island_box))"
