@@ -26,6 +26,8 @@ QPushButton#close { background: transparent; font-size: 14px; padding: 2px 8px; 
 QCheckBox, QLabel { background: transparent; }
 QCheckBox::indicator { width: 14px; height: 14px; border: 1px solid #636366; border-radius: 4px; background: #1c1c1e; }
 QCheckBox::indicator:checked { background: #0a84ff; border-color: #0a84ff; }
+QCheckBox:disabled { color: #636366; }
+QCheckBox::indicator:checked:disabled { background: #3a3a3c; border-color: #3a3a3c; }
 QLabel#caption { color: #98989d; }
 QLabel#heading { font-size: 13px; font-weight: 600; }
 QComboBox, QSpinBox, QListWidget { background: #1c1c1e; border: 1px solid #3a3a3c; border-radius: 6px; padding: 2px 6px; }

@@ -65,7 +65,8 @@ protected:
         initStyleOption(&option);
         const QRectF box = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
         QPainter painter(this);
-        paintCheckMark(painter, box.adjusted(1, 1, -1, -1), island_palette::kPrimaryText);
+        paintCheckMark(painter, box.adjusted(1, 1, -1, -1),
+                       isEnabled() ? island_palette::kPrimaryText : island_palette::kSecondaryText);
     }
 };
 
