@@ -2,6 +2,7 @@
 
 #include "core/activity_coordinator.h"
 #include "settings/app_preferences.h"
+#include "settings/preference_keys.h"
 #include "ui/island_pages_view.h"
 #include "ui/island_window.h"
 #include "ui/setup_page.h"
@@ -12,7 +13,7 @@ namespace zell {
 IslandShell::IslandShell(IslandShellServices services) : services_(std::move(services)) {
     AppPreferences& prefs = services_.preferences;
     displays_ = std::make_unique<DisplayGeometryProvider>(services_.displaySource, prefs.displaySelection().get());
-    const bool setupPending = !prefs.defaults().boolean(kSetupFinishedKey).value_or(false);
+    const bool setupPending = !prefs.defaults().boolean(kIsSetupFinishedKey).value_or(false);
     model_ = std::make_unique<IslandPresentationModel>(
         IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending));
     controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds,

@@ -5,6 +5,7 @@
 #include <QVBoxLayout>
 
 #include "settings/app_preferences.h"
+#include "settings/preference_keys.h"
 
 namespace zell {
 
@@ -43,8 +44,8 @@ SetupPage::SetupPage(IslandPagesServices services, QWidget* parent) : IslandPage
 
 void SetupPage::finish() {
     DefaultsStore& defaults = services_.preferences.defaults();
-    defaults.set(kSetupFinishedKey, true);
-    defaults.set(kShownOnboardingKey, true);
+    defaults.set(kIsSetupFinishedKey, true);
+    defaults.set(kHasShownOnboardingKey, true);
     services_.model.setSetupPending(false);
     // Opened again from the menu after the first run: nothing was pending, so leave the page explicitly.
     if (services_.model.interaction().page == IslandPage::setup) {

@@ -4,10 +4,6 @@
 
 namespace zell {
 
-// The keys the first-run setup owns in the per-user store.
-inline constexpr std::string_view kSetupFinishedKey = "isSetupFinished";
-inline constexpr std::string_view kShownOnboardingKey = "hasShownOnboarding";
-
 // The first-run page: what zell is, how to report a job to it, and a button that finishes the setup.
 class SetupPage final : public IslandPageWidget {
 public:

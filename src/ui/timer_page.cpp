@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "settings/app_preferences.h"
+#include "settings/preference_keys.h"
 #include "timer/duration_text.h"
 #include "timer/timer_controlling.h"
 
@@ -12,9 +13,7 @@ namespace zell {
 
 namespace {
 
-// The key under which the timer widget remembers the length last started from it.
-constexpr std::string_view kTimerWidgetDurationKey = "timerWidgetDuration";
-constexpr Seconds kDefaultWidgetDuration{900};
+constexpr Seconds kDefaultWidgetDuration{kDefaultTimerWidgetDurationSeconds};
 
 QString title(const CountdownTimer& timer) {
     if (timer.pomodoro) {

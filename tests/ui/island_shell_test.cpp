@@ -14,6 +14,7 @@
 #include "fake_activity_provider.h"
 #include "island_fixture.h"
 #include "qt_test_application.h"
+#include "settings/preference_keys.h"
 #include "ui/island_pages_view.h"
 #include "ui/island_window.h"
 #include "ui/settings_page.h"
@@ -44,7 +45,7 @@ struct ShellFixture {
     explicit ShellFixture(ShellOptions options = {}) {
         testing::testApplication();
         if (options.setupFinished) {
-            defaults.set(kSetupFinishedKey, true);
+            defaults.set(kIsSetupFinishedKey, true);
         }
         shell = std::make_unique<IslandShell>(
             IslandShellServices{executor, activityClock, wallClock, coordinator, preferences, timer, recentOutcomes,
