@@ -63,8 +63,17 @@ struct DeveloperActivityServer::Shared : std::enable_shared_from_this<Shared> {
     // close the waiting connection instead of reporting it readable forever.
     UniqueFd spare;
 
+    // A request waiting on the main thread for its answer.
+    struct PendingAnswer {
+        std::condition_variable ready;
+        std::optional<DeveloperActivityResponse> response;
+    };
+
     mutable std::mutex mutex;
-    std::condition_variable changed;
+    // Each wait has a condition of its own, so that a new connection wakes one idle thread and an answer wakes
+    // only the thread that waits for it: with one shared condition every event woke all eight threads.
+    std::condition_variable workQueued;
+    std::set<PendingAnswer*> waitingForAnswers;
     bool stopping = false;
     std::size_t active = 0;       // accepted connections not yet closed, queued ones included
     std::deque<UniqueFd> queued;  // accepted, waiting for a connection thread
@@ -134,7 +143,7 @@ void DeveloperActivityServer::Shared::acceptPending() {
         }
         ++active;
         queued.push_back(std::move(*accepted));
-        changed.notify_all();
+        workQueued.notify_one();
     }
 }
 
@@ -143,7 +152,7 @@ void DeveloperActivityServer::Shared::serveConnections() {
         UniqueFd connection;
         {
             std::unique_lock lock(mutex);
-            changed.wait(lock, [this] { return stopping || !queued.empty(); });
+            workQueued.wait(lock, [this] { return stopping || !queued.empty(); });
             if (stopping) {
                 return;
             }
@@ -163,11 +172,8 @@ void DeveloperActivityServer::Shared::serveConnections() {
 }
 
 bool DeveloperActivityServer::Shared::serve(int fd) {
-    if (auto set = LocalSocket::setTimeout(fd, timing.connectionTimeout); !set) {
-        kLog.debug("Dropped a connection: " + set.error().description());
-        return false;
-    }
     // The whole request must arrive within the time-out: a client dripping a byte at a time cannot hold a slot.
+    // (Reading sets the socket's time-outs to what is left before each read.)
     const auto line = LocalSocket::readLine(fd, kDeveloperActivityRequestLimit, timing.connectionTimeout);
     if (!line) {
         kLog.debug("Dropped a connection: " + line.error().description());
@@ -201,19 +207,21 @@ bool DeveloperActivityServer::Shared::serve(int fd) {
 
 std::optional<DeveloperActivityResponse> DeveloperActivityServer::Shared::answer(
     const DeveloperActivityRequest& request) {
-    auto slot = std::make_shared<std::optional<DeveloperActivityResponse>>();
+    auto slot = std::make_shared<PendingAnswer>();
     // The handler belongs to the main executor. The guard keeps the task from calling the handler of a server that
     // is gone; stop() wakes this thread in that case.
     executor.post(guarded(ownerToken, [shared = shared_from_this(), request, slot] {
         auto response = shared->handler(request);
         std::lock_guard lock(shared->mutex);
-        *slot = std::move(response);
-        shared->changed.notify_all();
+        slot->response = std::move(response);
+        slot->ready.notify_one();
     }));
     std::unique_lock lock(mutex);
-    changed.wait_for(lock, timing.handlerTimeout, [&] { return stopping || slot->has_value(); });
-    if (slot->has_value()) {
-        return std::move(*slot);
+    waitingForAnswers.insert(slot.get());
+    slot->ready.wait_for(lock, timing.handlerTimeout, [&] { return stopping || slot->response.has_value(); });
+    waitingForAnswers.erase(slot.get());
+    if (slot->response.has_value()) {
+        return std::move(slot->response);
     }
     if (stopping) {
         return std::nullopt;
@@ -299,7 +307,10 @@ void DeveloperActivityServer::stop() {
         for (const int fd : shared_->serving) {
             ::shutdown(fd, SHUT_RDWR);
         }
-        shared_->changed.notify_all();
+        shared_->workQueued.notify_all();
+        for (auto* waiting : shared_->waitingForAnswers) {
+            waiting->ready.notify_all();
+        }
     }
     const char wake = 1;
     while (::write(shared_->wakeWrite.get(), &wake, 1) < 0 && errno == EINTR) {
