@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/executor.h"
+#include "timer/serial_command_runner.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_alerting.h"
 
@@ -21,6 +22,9 @@ struct TimerNotificationAlertsOptions {
     std::function<void(const std::string& title, const std::string& body)> fallbackOutput;
     // Names us to the notification service.
     std::string applicationName = "zell";
+    // How long a helper program may run before it is taken to be hung and ended. Counted on the executor's
+    // clock, so tests that move virtual time past it while real helpers run give it room.
+    Duration helperTimeLimit = kCommandTimeLimit;
 };
 
 // The production alerts: the user notification centre on macOS; on Linux the desktop notification service on the

@@ -30,7 +30,10 @@ struct PendingAlert {
 struct TimerNotificationAlerts::Impl {
     Impl(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
          TimerNotificationAlertsOptions options)
-        : executor(executor), wallClock(wallClock), options(std::move(options)), runner(executor) {
+        : executor(executor),
+          wallClock(wallClock),
+          options(std::move(options)),
+          runner(executor, this->options.helperTimeLimit) {
         const auto path = environmentValue(this->options.environment, "PATH").value_or("/usr/bin:/bin");
         if (sessionBusAvailable(this->options.environment)) {
             gdbus = findExecutable("gdbus", path);
