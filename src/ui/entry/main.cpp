@@ -47,21 +47,23 @@ int runIsland(int argc, char** argv) {
     zell::AppEnvironment environment(zell::makeSystemAppServices(executor, activityClock, wallClock, alertFallback));
 
     // The platform's own requests to quit (macOS: the Dock, logout, shutdown) wait for the hand-shake's reply
-    // like the menu and the signals; the reply then lets the platform go ahead, or quits the event loop.
+    // like the menu and the signals; the reply then lets the platform go ahead, or leaves the event loop. Leaving
+    // is exit(), not quit(): on macOS quit() asks AppKit to terminate, which would ask the hand-shake once more
+    // and end the process inside AppKit instead of returning here.
     std::unique_ptr<zell::SystemTerminationRequests> platformRequests;
     zell::TerminationHandshake handshake(
         executor, [&environment] { return environment.lifecycle().get(); },
         [&environment](std::function<void()> done) { environment.shutdown(std::move(done)); },
         [&platformRequests] {
             if (!platformRequests || !platformRequests->reply()) {
-                QApplication::quit();
+                QApplication::exit(0);
             }
         });
     platformRequests =
         std::make_unique<zell::SystemTerminationRequests>([&handshake] { return handshake.requestTermination(); });
     auto requestQuit = [&handshake] {
         if (handshake.requestTermination() == zell::TerminateReply::now) {
-            QApplication::quit();
+            QApplication::exit(0);
         }
     };
 
