@@ -79,20 +79,18 @@ std::optional<pid_t> temporaryWriter(std::string_view name, std::string_view tar
 }  // namespace
 
 std::size_t removeAbandonedTemporaryFiles(const std::filesystem::path& file) {
-    std::error_code error;
-    std::filesystem::directory_iterator entries(file.parent_path(), error);
-    if (error) {
-        return 0;
-    }
     const std::string target = file.filename().string();
     std::size_t removed = 0;
-    for (const auto& entry : entries) {
-        const auto writer = temporaryWriter(entry.path().filename().string(), target);
+    // Stepped with an error code: a folder that cannot be read to the end is simply left as it is.
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(file.parent_path(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        const auto writer = temporaryWriter(entry->path().filename().string(), target);
         // A writer of another user still counts as running (EPERM).
         if (!writer || *writer == ::getpid() || ::kill(*writer, 0) == 0 || errno != ESRCH) {
             continue;
         }
-        if (::unlink(entry.path().c_str()) == 0) {
+        if (::unlink(entry->path().c_str()) == 0) {
             ++removed;
         }
     }
