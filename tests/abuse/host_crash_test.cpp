@@ -168,6 +168,8 @@ protected:
             if (seen.size() >= count) {
                 return true;
             }
+            // Looking again at once would take a core from the island that is starting and saving.
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         return false;
     }

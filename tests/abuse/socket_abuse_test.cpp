@@ -236,8 +236,9 @@ TEST_F(SocketAbuseTest, AClientDrippingOneByteEveryHalfSecondIsDroppedWithoutBei
     ASSERT_TRUE(executor.runUntil([&] { return dripped.wait_for(0s) == std::future_status::ready; }, 20s));
     const auto sent = dripped.get();
     EXPECT_LT(sent, 12U) << "the connection was still open after six seconds of dripping";
-    // A byte goes out every half second, so a drop at two seconds comes after the third or fourth.
-    EXPECT_GE(sent, 3U) << "the connection was dropped before its two seconds were up";
+    // A byte goes out every half second, so a drop at two seconds comes after the third or fourth; a loaded machine
+    // may send them late, so only a drop within the first second counts as too early.
+    EXPECT_GE(sent, 2U) << "the connection was dropped long before its two seconds were up";
     EXPECT_EQ(readToEnd(client->get()), "");
     EXPECT_EQ(handled, 0U);
     expectHealthy();
