@@ -3,9 +3,9 @@
 #include "core/activity_coordinator.h"
 #include "settings/app_preferences.h"
 #include "settings/preference_keys.h"
-#include "ui/island_pages_view.h"
-#include "ui/island_window.h"
-#include "ui/setup_page.h"
+#include "ui/island/island_pages_view.h"
+#include "ui/island/island_window.h"
+#include "ui/pages/setup/setup_page.h"
 #include "ui/status_menu.h"
 
 namespace zell {

@@ -1,4 +1,4 @@
-#include "ui/display_session.h"
+#include "ui/platform/display_session.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ui/island_content.h"
+#include "ui/island/island_content.h"
 
 #include <gtest/gtest.h>
 

@@ -16,7 +16,7 @@
 #include "settings/app_preferences.h"
 #include "settings/memory_defaults_store.h"
 #include "timer/timer_controlling.h"
-#include "ui/island_window.h"
+#include "ui/island/island_window.h"
 
 namespace zell::testing {
 

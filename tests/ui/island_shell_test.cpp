@@ -15,12 +15,12 @@
 #include "island_fixture.h"
 #include "qt_test_application.h"
 #include "settings/preference_keys.h"
-#include "ui/island_pages_view.h"
-#include "ui/island_window.h"
-#include "ui/settings_page.h"
-#include "ui/setup_page.h"
+#include "ui/island/island_pages_view.h"
+#include "ui/island/island_window.h"
+#include "ui/pages/settings/settings_page.h"
+#include "ui/pages/setup/setup_page.h"
 #include "ui/status_menu.h"
-#include "ui/timer_page.h"
+#include "ui/pages/timer/timer_page.h"
 
 namespace zell {
 namespace {

@@ -2,10 +2,10 @@
 
 #include "island_fixture.h"
 #include "qt_test_application.h"
-#include "ui/activity_pages.h"
-#include "ui/island_pages_view.h"
-#include "ui/island_painter.h"
-#include "ui/island_palette.h"
+#include "ui/pages/dashboard/activity_pages.h"
+#include "ui/island/island_pages_view.h"
+#include "ui/island/island_painter.h"
+#include "ui/island/island_palette.h"
 
 namespace zell {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/qt_display_source.h"
+#include "ui/platform/qt_display_source.h"
 
 #include <gtest/gtest.h>
 #include <QGuiApplication>

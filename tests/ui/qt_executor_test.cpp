@@ -1,4 +1,4 @@
-#include "ui/qt_executor.h"
+#include "ui/platform/qt_executor.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

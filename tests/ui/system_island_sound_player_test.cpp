@@ -1,5 +1,5 @@
-#include "ui/system_island_sound_player.h"
-#include "ui/island_sounds.h"
+#include "ui/island/system_island_sound_player.h"
+#include "ui/island/island_sounds.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

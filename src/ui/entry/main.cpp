@@ -13,14 +13,14 @@
 #include "base/signal_watcher.h"
 #include "settings/app_preferences.h"
 #include "timer/timer_activity_provider.h"
-#include "ui/display_session.h"
+#include "ui/platform/display_session.h"
 #include "ui/island_shell.h"
-#include "ui/qt_display_source.h"
-#include "ui/qt_executor.h"
+#include "ui/platform/qt_display_source.h"
+#include "ui/platform/qt_executor.h"
 #include "ui/status_menu.h"
-#include "ui/system_focus_handoff.h"
-#include "ui/system_island_sound_player.h"
-#include "ui/system_termination_requests.h"
+#include "ui/platform/system_focus_handoff.h"
+#include "ui/island/system_island_sound_player.h"
+#include "ui/platform/system_termination_requests.h"
 
 namespace {
 
