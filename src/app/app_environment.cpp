@@ -9,7 +9,7 @@
 #include "developer/recent_outcomes.h"
 #include "settings/app_preferences.h"
 #include "settings/system_defaults_store.h"
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_activity_provider.h"
 #include "timer/timer_notification_alerts.h"

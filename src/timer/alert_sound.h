@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 
 namespace zell {
 

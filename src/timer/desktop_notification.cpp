@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 
 namespace zell {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/executor.h"
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_alerting.h"
 

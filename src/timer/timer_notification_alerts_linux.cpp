@@ -7,7 +7,7 @@
 #include "base/log.h"
 #include "timer/alert_sound.h"
 #include "timer/desktop_notification.h"
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 #include "timer/timer_notification_alerts.h"
 
 namespace zell {

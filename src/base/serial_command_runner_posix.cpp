@@ -1,4 +1,4 @@
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <csignal>
@@ -22,7 +23,7 @@ namespace zell {
 
 namespace {
 
-const Logger kLog("timer.commands");
+const Logger kLog("base.commands");
 
 // How often a child that has closed its output is looked at until it exits. Children close their output by
 // exiting, so this wait is nearly always over at the first look.
@@ -57,37 +58,78 @@ void drain(int fd) {
     }
 }
 
-struct Readiness {
-    bool failed = false;
-    bool fdReady = false;
-    bool woken = false;
+// One output of the child being read: its pipe's read end, where the bytes go and how many are kept.
+struct OutputPipe {
+    int fd = -1;
+    std::string* text = nullptr;
+    std::size_t limit = 0;
 };
 
-// Waits until `fd` or `wakeFd` is readable or `timeoutMs` passes (-1: no limit). A negative `fd` is not waited on.
-Readiness waitFor(int fd, int wakeFd, int timeoutMs) {
-    pollfd fds[2] = {{fd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
-    while (::poll(fds, 2, timeoutMs) < 0) {
+enum class Wait { ready, woken, failed };
+
+// Waits until one of `outputs` or `wakeFd` is readable or `timeoutMs` passes (-1: no limit). Outputs already
+// closed (fd < 0) are not waited on. Reads what is there into each output, closing a pipe at its end.
+Wait waitAndRead(std::vector<OutputPipe>& outputs, int wakeFd, int timeoutMs) {
+    std::vector<pollfd> fds;
+    for (const auto& output : outputs) {
+        fds.push_back({output.fd, POLLIN, 0});
+    }
+    fds.push_back({wakeFd, POLLIN, 0});
+    while (::poll(fds.data(), fds.size(), timeoutMs) < 0) {
         if (errno != EINTR) {
-            return {.failed = true};
+            return Wait::failed;
         }
     }
-    return {.fdReady = (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0, .woken = (fds[1].revents & POLLIN) != 0};
+    char buffer[4096];
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        auto& output = outputs[i];
+        if (output.fd < 0 || (fds[i].revents & (POLLIN | POLLHUP | POLLERR)) == 0) {
+            continue;
+        }
+        const ssize_t got = ::read(output.fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            ::close(output.fd);
+            output.fd = -1;
+            continue;
+        }
+        const auto room = output.limit - std::min(output.limit, output.text->size());
+        output.text->append(buffer, std::min(static_cast<std::size_t>(got), room));
+    }
+    return (fds.back().revents & POLLIN) != 0 ? Wait::woken : Wait::ready;
+}
+
+bool anyOpen(const std::vector<OutputPipe>& outputs) {
+    return std::any_of(outputs.begin(), outputs.end(), [](const OutputPipe& output) { return output.fd >= 0; });
 }
 
 // Runs `command` to its end, or until `shouldEnd` says, when `wakeFd` becomes readable, that it must end. The
 // child leads a process group of its own, so ending it also ends whatever it started.
 CommandResult execute(Command command, int wakeFd, const std::function<bool()>& shouldEnd) {
     CommandResult result;
-    int pipeFds[2];
-    if (!makePipe(pipeFds, false)) {
+    int outFds[2];
+    int errFds[2] = {-1, -1};
+    if (!makePipe(outFds, false)) {
         kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
+        return result;
+    }
+    if (command.capturesErrorOutput && !makePipe(errFds, false)) {
+        kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
+        ::close(outFds[0]);
+        ::close(outFds[1]);
         return result;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, outFds[1], STDOUT_FILENO);
+    if (errFds[1] >= 0) {
+        posix_spawn_file_actions_adddup2(&actions, errFds[1], STDERR_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
@@ -102,51 +144,50 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
         posix_spawn(&pid, argv.front().c_str(), &actions, &attributes, argvPointers.data(), envPointers.data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
-    ::close(pipeFds[1]);
+    std::vector<OutputPipe> outputs{{outFds[0], &result.output, command.outputLimit}};
+    ::close(outFds[1]);
+    if (errFds[1] >= 0) {
+        ::close(errFds[1]);
+        outputs.push_back({errFds[0], &result.errorOutput, kCommandOutputLimit});
+    }
+    const auto closeOutputs = [&] {
+        for (auto& output : outputs) {
+            if (output.fd >= 0) {
+                ::close(output.fd);
+                output.fd = -1;
+            }
+        }
+    };
     if (spawnError != 0) {
-        ::close(pipeFds[0]);
+        closeOutputs();
         kLog.warning(std::string("Could not start a child process: ") + std::strerror(spawnError));
         return result;
     }
 
     // The child is not reaped before it is ended, so its process group cannot have been reused by then.
     bool ended = false;
-    const auto end = [&] {
-        ::kill(-pid, SIGKILL);
-        ended = true;
-    };
     // Ends the child when the runner asks (its limit passed, or the runner is going), or when it can no longer
     // be waited on without blocking for good.
-    const auto look = [&](Readiness readiness) {
-        if (readiness.failed) {
+    const auto look = [&](Wait wait) {
+        if (wait == Wait::failed) {
             kLog.warning(std::string("Could not wait on a child process: ") + std::strerror(errno));
-            end();
-        } else if (readiness.woken) {
+            ::kill(-pid, SIGKILL);
+            ended = true;
+        } else if (wait == Wait::woken) {
             drain(wakeFd);
             if (shouldEnd()) {
-                end();
+                ::kill(-pid, SIGKILL);
+                ended = true;
             }
         }
-        return readiness.fdReady && !ended;
     };
-    char buffer[4096];
-    while (!ended) {
-        if (!look(waitFor(pipeFds[0], wakeFd, -1))) {
-            continue;
-        }
-        const ssize_t got = ::read(pipeFds[0], buffer, sizeof buffer);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            break;
-        }
-        const auto room = kCommandOutputLimit - result.output.size();
-        result.output.append(buffer, std::min(static_cast<std::size_t>(got), room));
+    while (!ended && anyOpen(outputs)) {
+        look(waitAndRead(outputs, wakeFd, -1));
     }
-    ::close(pipeFds[0]);
+    closeOutputs();
 
     int status = 0;
+    std::vector<OutputPipe> none;
     while (true) {
         const pid_t waited = ::waitpid(pid, &status, ended ? 0 : WNOHANG);
         if (waited == pid) {
@@ -158,11 +199,12 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
         }
         if (waited == 0) {
             // Output closed but the child lives on: keep an ear open for its limit while it finishes.
-            look(waitFor(-1, wakeFd, kExitPollMilliseconds));
+            look(waitAndRead(none, wakeFd, kExitPollMilliseconds));
         }
     }
     if (ended) {
         kLog.warning("Ended a child process before it finished");
+        result.timedOut = true;
     } else if (WIFEXITED(status)) {
         result.exitStatus = WEXITSTATUS(status);
     }

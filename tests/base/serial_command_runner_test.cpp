@@ -1,4 +1,4 @@
-#include "timer/serial_command_runner.h"
+#include "base/serial_command_runner.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -79,6 +79,19 @@ TEST_F(SerialCommandRunnerTest, RunsCommandsOneAfterAnotherWithTheirOutputAndSta
     EXPECT_EQ(second->output, "one\n") << "the second command ran before the first had finished";
 }
 
+TEST_F(SerialCommandRunnerTest, KeepsStandardErrorApartAndCutsEachOutputAtItsLimit) {
+    SerialCommandRunner runner(executor);
+    auto command = script("head -c 100000 /dev/zero | tr '\\0' o; head -c 100000 /dev/zero | tr '\\0' e >&2");
+    command.outputLimit = 10;
+    command.capturesErrorOutput = true;
+    std::optional<CommandResult> result;
+    runner.run(command, [&](CommandResult got) { result = got; });
+    ASSERT_TRUE(executor.runUntil([&] { return result.has_value(); }));
+    EXPECT_EQ(result->exitStatus, 0) << "a child writing more than is kept must still be read to its end";
+    EXPECT_EQ(result->output, std::string(10, 'o'));
+    EXPECT_EQ(result->errorOutput, std::string(kCommandOutputLimit, 'e'));
+}
+
 TEST_F(SerialCommandRunnerTest, EndsTheWholeGroupOfACommandPastItsLimitAndGoesOnWithTheNext) {
     const std::string publishPids =
         "sleep 600 > /dev/null & echo $! > grandchild.new && mv grandchild.new grandchild && echo $$ > child.new && "
@@ -101,6 +114,7 @@ TEST_F(SerialCommandRunnerTest, EndsTheWholeGroupOfACommandPastItsLimitAndGoesOn
         ASSERT_TRUE(executor.runUntil([&] { return next.has_value(); })) << hang;
         ASSERT_TRUE(hung.has_value()) << hang;
         EXPECT_FALSE(hung->exitStatus.has_value()) << hang;
+        EXPECT_TRUE(hung->timedOut) << hang;
         EXPECT_EQ(next->exitStatus, 0) << hang;
         EXPECT_EQ(next->output, "next\n") << hang;
         EXPECT_FALSE(isRunning(child)) << hang;

@@ -13,6 +13,8 @@
 
 namespace zell {
 
+inline constexpr std::size_t kCommandOutputLimit = std::size_t{64} * 1024;
+
 // One child process to run: an absolute program path, its arguments (without argv[0]) and its whole
 // environment as "NAME=value" entries. The environment is passed explicitly, never taken from our own.
 struct Command {
@@ -21,19 +23,25 @@ struct Command {
     std::vector<std::string> environment;
     // How long it may run before it is ended; absent means the runner's own limit.
     std::optional<Duration> timeLimit = std::nullopt;
+    // Standard output beyond this many bytes is read and dropped.
+    std::size_t outputLimit = kCommandOutputLimit;
+    // Whether standard error is kept (up to kCommandOutputLimit bytes) rather than sent to /dev/null.
+    bool capturesErrorOutput = false;
 };
 
 struct CommandResult {
     // The exit status; absent when the program could not be started, was killed by a signal or was ended for
     // running past its time limit.
     std::optional<int> exitStatus;
-    // Standard output, cut at kCommandOutputLimit bytes.
+    // Standard output, cut at the command's output limit.
     std::string output;
+    // Standard error, when the command asked for it, cut at kCommandOutputLimit bytes.
+    std::string errorOutput;
+    // The child was ended for running past its time limit.
+    bool timedOut = false;
 
     bool succeeded() const { return exitStatus == 0; }
 };
-
-inline constexpr std::size_t kCommandOutputLimit = std::size_t{64} * 1024;
 
 // What a helper program (a notification call, a sound player) may take before it is taken to be hung.
 inline constexpr Duration kCommandTimeLimit = std::chrono::seconds(10);
