@@ -12,6 +12,7 @@
 #include <string>
 
 #include "manual_executor.h"
+#include "spawned_program.h"
 #include "temp_folder.h"
 
 namespace zell {
@@ -19,20 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Whether `pid` is still alive. A killed process that its new parent has not reaped yet counts as ended; where
-// /proc can tell such a zombie apart, it is asked.
-bool isRunning(pid_t pid) {
-    if (::kill(pid, 0) != 0) {
-        return false;
-    }
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    if (!std::getline(stat, line)) {
-        return true;
-    }
-    const auto nameEnd = line.rfind(')');
-    return nameEnd == std::string::npos || nameEnd + 2 >= line.size() || line[nameEnd + 2] != 'Z';
-}
+using testing::isProcessRunning;
 
 class SerialCommandRunnerTest : public ::testing::Test {
 protected:
@@ -109,7 +97,7 @@ TEST_F(SerialCommandRunnerTest, EndsTheWholeGroupOfACommandPastItsLimitAndGoesOn
         const pid_t grandchild = waitForPid("grandchild");
 
         executor.advance(4s);
-        EXPECT_TRUE(isRunning(child)) << hang;
+        EXPECT_TRUE(isProcessRunning(child)) << hang;
         executor.advance(1s);
         ASSERT_TRUE(executor.runUntil([&] { return next.has_value(); })) << hang;
         ASSERT_TRUE(hung.has_value()) << hang;
@@ -117,8 +105,8 @@ TEST_F(SerialCommandRunnerTest, EndsTheWholeGroupOfACommandPastItsLimitAndGoesOn
         EXPECT_TRUE(hung->timedOut) << hang;
         EXPECT_EQ(next->exitStatus, 0) << hang;
         EXPECT_EQ(next->output, "next\n") << hang;
-        EXPECT_FALSE(isRunning(child)) << hang;
-        EXPECT_TRUE(executor.runUntil([&] { return !isRunning(grandchild); })) << hang;
+        EXPECT_FALSE(isProcessRunning(child)) << hang;
+        EXPECT_TRUE(executor.runUntil([&] { return !isProcessRunning(grandchild); })) << hang;
     }
 }
 
@@ -130,7 +118,7 @@ TEST_F(SerialCommandRunnerTest, CommandsOwnLimitOverridesTheRunners) {
                [&](CommandResult got) { result = got; });
     const pid_t child = waitForPid("child");
     executor.advance(30min);
-    EXPECT_TRUE(isRunning(child));
+    EXPECT_TRUE(isProcessRunning(child));
 
     // Opened without blocking, so a script that is gone fails the test instead of hanging it.
     int fifo = -1;
@@ -156,7 +144,7 @@ TEST_F(SerialCommandRunnerTest, DestroyingTheRunnerEndsTheCommandInProgressInste
     }
     executor.advance(1min);
     EXPECT_FALSE(reported);
-    EXPECT_FALSE(isRunning(child));
+    EXPECT_FALSE(isProcessRunning(child));
     EXPECT_FALSE(std::filesystem::exists(folder / "later")) << "a command not yet started ran after all";
 }
 

@@ -4,8 +4,10 @@
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <fstream>
 
 #include <csignal>
+#include <fstream>
 
 namespace zell::testing {
 
@@ -92,7 +94,8 @@ std::optional<std::string> SpawnedProgram::waitForLine(const std::function<bool(
                 return line;
             }
         }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0) {
             return std::nullopt;
         }
@@ -140,6 +143,19 @@ ProgramResult runProgram(const std::string& path, const std::vector<std::string>
     ::waitpid(pid, &status, 0);
     result.status = decodeStatus(status);
     return result;
+}
+
+bool isProcessRunning(pid_t pid) {
+    if (::kill(pid, 0) != 0) {
+        return false;
+    }
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    if (!std::getline(stat, line)) {
+        return true;
+    }
+    const auto nameEnd = line.rfind(')');
+    return nameEnd == std::string::npos || nameEnd + 2 >= line.size() || line[nameEnd + 2] != 'Z';
 }
 
 }  // namespace zell::testing

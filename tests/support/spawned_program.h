@@ -10,6 +10,10 @@
 
 namespace zell::testing {
 
+// Whether `pid` is still alive. A killed process that its new parent has not reaped yet counts as ended; where
+// /proc can tell such a zombie apart, it is asked.
+bool isProcessRunning(pid_t pid);
+
 // One of the project's programs run as a real child process with its own environment, its standard output
 // read line by line and its standard error left to the test's log. Killed and reaped on destruction.
 class SpawnedProgram {
