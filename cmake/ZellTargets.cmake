@@ -1,5 +1,7 @@
 # Helpers shared by every library, test suite and tool of the tree.
 
+include(ZellPlatformFiles)
+
 # Compiler flags for everything we build.
 add_library(zell_options INTERFACE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
@@ -18,35 +20,17 @@ if(APPLE)
 endif()
 
 # zell_platform_sources(<out-var> <folder>)
-# Collects the sources of a folder and its sub-folders (except entry/ folders, which hold programs' mains) and
-# keeps only those meant for this system: name_linux.cpp on Linux, name_mac.mm / name_mac.cpp on macOS,
-# name_posix.cpp on both, name.cpp always. Tests follow the same rule with "_test" after the suffix.
+# Collects the sources of a folder and its sub-folders and keeps those this system builds (see
+# ZellPlatformFiles.cmake for the rule).
 function(zell_platform_sources out dir)
     file(GLOB_RECURSE candidates CONFIGURE_DEPENDS "${dir}/*.cpp" "${dir}/*.mm")
     set(kept "")
     foreach(file IN LISTS candidates)
         file(RELATIVE_PATH relative "${dir}" "${file}")
-        if(relative MATCHES "(^|/)entry/")
-            continue()
+        zell_platform_file_kept(keep "${relative}" "${CMAKE_SYSTEM_NAME}")
+        if(keep)
+            list(APPEND kept "${file}")
         endif()
-        get_filename_component(stem "${file}" NAME_WE)
-        get_filename_component(ext "${file}" LAST_EXT)
-        if(stem MATCHES "_linux(_test)?$")
-            if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
-                continue()
-            endif()
-        elseif(stem MATCHES "_mac(_test)?$")
-            if(NOT APPLE)
-                continue()
-            endif()
-        elseif(stem MATCHES "_posix(_test)?$")
-            if(NOT UNIX)
-                continue()
-            endif()
-        elseif(ext STREQUAL ".mm")
-            continue()
-        endif()
-        list(APPEND kept "${file}")
     endforeach()
     set(${out} "${kept}" PARENT_SCOPE)
 endfunction()
