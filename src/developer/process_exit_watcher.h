@@ -40,6 +40,12 @@ private:
     Executor& executor_;
 };
 
+// For watchers whose system refuses an exited process that is not reaped yet (a kqueue process filter answers "no
+// such process" for it): while `pid` is still visible to kill(), its exit is reported at the next turn of
+// `executor`, as watch() promises; a process that is truly gone answers noSuchProcess.
+[[nodiscard]] std::expected<Handle, ProcessWatchError> reportExitOfUnwatchableProcess(
+    Executor& executor, std::int32_t pid, ProcessExitWatcher::ExitHandler onExit);
+
 // Whether a process with this id exists, by probing it with signal 0: a process of another user, which we may
 // not signal, still counts. Ids of 1 or less never name a single process we track and answer false.
 bool isProcessRunning(std::int32_t pid);

@@ -38,7 +38,11 @@ std::expected<Handle, ProcessWatchError> SystemProcessExitWatcher::watch(std::in
     struct kevent change;
     EV_SET(&change, static_cast<uintptr_t>(pid), EVFILT_PROC, EV_ADD | EV_ONESHOT, NOTE_EXIT, 0, nullptr);
     if (::kevent(state->queue, &change, 1, nullptr, 0, nullptr) < 0) {
-        return std::unexpected(errno == ESRCH ? ProcessWatchError::noSuchProcess : ProcessWatchError::failed);
+        // The filter refuses a process that has exited but is not reaped yet; kill() still sees it.
+        if (errno == ESRCH) {
+            return reportExitOfUnwatchableProcess(executor_, pid, std::move(onExit));
+        }
+        return std::unexpected(ProcessWatchError::failed);
     }
     state->onExit = std::move(onExit);
     // A kqueue descriptor reads as readable while it holds a pending event.

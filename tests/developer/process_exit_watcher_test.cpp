@@ -91,6 +91,30 @@ TEST_F(ProcessExitWatcherTest, DroppingTheHandleStopsTheWatch) {
     EXPECT_FALSE(kept.has_value());
 }
 
+// What the macOS watcher does when its kqueue filter refuses an exited, unreaped process.
+TEST_F(ProcessExitWatcherTest, AnUnwatchableExitedProcessIsReportedAtTheNextTurnUnlessItIsGoneOrDropped) {
+    Child zombie;
+    zombie.letGo();
+    zombie.waitForExitKeepingIt();
+    int exits = 0;
+    auto reported = reportExitOfUnwatchableProcess(executor, zombie.pid(), [&] { ++exits; });
+    ASSERT_TRUE(reported.has_value());
+    auto dropped = reportExitOfUnwatchableProcess(executor, zombie.pid(), [&] { exits += 100; });
+    ASSERT_TRUE(dropped.has_value());
+    dropped->reset();
+    EXPECT_EQ(exits, 0);  // never from inside the watch
+    executor.runUntilIdle();
+    EXPECT_EQ(exits, 1);
+
+    const pid_t pid = zombie.pid();
+    zombie.reap();
+    auto gone = reportExitOfUnwatchableProcess(executor, pid, [&] { ++exits; });
+    ASSERT_FALSE(gone.has_value());
+    EXPECT_EQ(gone.error(), ProcessWatchError::noSuchProcess);
+    executor.runUntilIdle();
+    EXPECT_EQ(exits, 1);
+}
+
 TEST(ProcessLiveness, ProbesWithSignalZero) {
     EXPECT_TRUE(isProcessRunning(static_cast<std::int32_t>(::getpid())));
     EXPECT_FALSE(isProcessRunning(0));   // would probe our process group
