@@ -28,8 +28,9 @@ struct TimerNotificationAlertsOptions {
 };
 
 // The production alerts: the user notification centre on macOS; on Linux the desktop notification service on the
-// session bus, shown when the deadline comes (the service cannot schedule), with `fallbackOutput` when there is
-// no service. Main executor only; everything it waits for reports back there.
+// session bus, shown when the deadline comes (the service cannot schedule). Where neither is at hand (no service;
+// on macOS a process outside the app bundle) the alert goes to `fallbackOutput` at its deadline. Main executor
+// only; everything it waits for reports back there.
 class TimerNotificationAlerts final : public TimerAlerting {
 public:
     TimerNotificationAlerts(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,

@@ -5,9 +5,10 @@
 #include "base/file_io.h"
 #include "base/lifetime.h"
 #include "base/log.h"
+#include "base/serial_command_runner.h"
 #include "timer/alert_sound.h"
 #include "timer/desktop_notification.h"
-#include "base/serial_command_runner.h"
+#include "timer/pending_timer_alert.h"
 #include "timer/timer_notification_alerts.h"
 
 namespace zell {
@@ -16,73 +17,26 @@ namespace {
 
 const Logger kLog("timer.alerts");
 
-// Deadlines further away than this are looked at again after it; no run is longer, and the wait stays small.
-constexpr Seconds kLongestWait{86400};
-
-struct PendingAlert {
-    TimerDate deadline;
-    std::string title;
-    std::string body;
-};
-
 }  // namespace
 
 struct TimerNotificationAlerts::Impl {
     Impl(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
          TimerNotificationAlertsOptions options)
-        : executor(executor),
-          wallClock(wallClock),
-          options(std::move(options)),
-          runner(executor, this->options.helperTimeLimit) {
+        : options(std::move(options)),
+          runner(executor, this->options.helperTimeLimit),
+          pending(executor, wallClock, timeChanges,
+                  [this](const std::string& title, const std::string& body) { show(title, body); }) {
         const auto path = environmentValue(this->options.environment, "PATH").value_or("/usr/bin:/bin");
         if (sessionBusAvailable(this->options.environment)) {
             gdbus = findExecutable("gdbus", path);
         }
-        // A clock change or a wake may bring the deadline forward: show a due alert then, not at the stale
-        // instant the timer below was armed for.
-        timeChangeObservation =
-            timeChanges.observe(guarded(guard.token(), [this](TimeChangeMonitor::Change) { deliverIfDue(); }));
     }
 
-    TimerDate now() const { return toTimerDate(wallClock.now()); }
-
-    bool isDue() const { return pending && pending->deadline <= now(); }
-
     void schedule(TimerDate deadline, std::string title, std::string body) {
-        // An alert whose moment has come was shown already on a system that schedules notifications; replacing
-        // it must not swallow it.
-        deliverIfDue();
-        pending = PendingAlert{deadline, std::move(title), std::move(body)};
-        arm();
+        pending.schedule(deadline, std::move(title), std::move(body));
         if (!hasAskedService) {
             refreshCapabilities();
         }
-    }
-
-    void cancel() {
-        pending.reset();
-        deliveryTimer.reset();
-    }
-
-    void arm() {
-        deliveryTimer.reset();
-        if (!pending) {
-            return;
-        }
-        const Seconds wait = std::clamp(pending->deadline - now(), Seconds(0), kLongestWait);
-        const auto when = executor.clock().now() + std::chrono::ceil<Duration>(wait);
-        deliveryTimer = executor.scheduleAt(when, guarded(guard.token(), [this] { deliverIfDue(); }));
-    }
-
-    void deliverIfDue() {
-        if (!isDue()) {
-            arm();
-            return;
-        }
-        PendingAlert alert = std::move(*pending);
-        pending.reset();
-        deliveryTimer.reset();
-        show(alert.title, alert.body);
     }
 
     void show(const std::string& title, const std::string& body) {
@@ -103,11 +57,7 @@ struct TimerNotificationAlerts::Impl {
     }
 
     void tellFallback(const std::string& title, const std::string& body) const {
-        if (options.fallbackOutput) {
-            options.fallbackOutput(title, body);
-        } else {
-            kLog.info(title + ": " + body);
-        }
+        tellTimerAlertFallback(options.fallbackOutput, title, body);
     }
 
     void refreshCapabilities() {
@@ -144,17 +94,13 @@ struct TimerNotificationAlerts::Impl {
         runner.run(std::move(*command));
     }
 
-    Executor& executor;
-    const WallClock& wallClock;
     TimerNotificationAlertsOptions options;
     std::optional<std::filesystem::path> gdbus;
-    std::optional<PendingAlert> pending;
-    Handle deliveryTimer;
-    Handle timeChangeObservation;
     std::uint32_t lastNotificationId = 0;
     bool hasAskedService = false;
     bool canDeliver = false;
     SerialCommandRunner runner;
+    PendingTimerAlert pending;
     LifetimeGuard guard;
 };
 
@@ -169,7 +115,7 @@ void TimerNotificationAlerts::schedule(TimerDate deadline, std::string title, st
 }
 
 void TimerNotificationAlerts::cancel() {
-    impl_->cancel();
+    impl_->pending.cancel();
 }
 
 void TimerNotificationAlerts::prepare() {

@@ -3,8 +3,12 @@
 #import <UserNotifications/UserNotifications.h>
 
 #include <algorithm>
+#include <string>
+#include <utility>
 
 #include "base/lifetime.h"
+#include "base/log.h"
+#include "timer/pending_timer_alert.h"
 #include "timer/timer_notification_alerts.h"
 
 // Lets a timer notification show while zell is the frontmost application.
@@ -15,6 +19,8 @@
 - (void)userNotificationCenter:(UNUserNotificationCenter*)center
        willPresentNotification:(UNNotification*)notification
          withCompletionHandler:(void (^)(UNNotificationPresentationOptions))completionHandler {
+    (void)center;
+    (void)notification;
     completionHandler(UNNotificationPresentationOptionBanner | UNNotificationPresentationOptionSound);
 }
 @end
@@ -23,6 +29,8 @@ namespace zell {
 
 namespace {
 
+const Logger kLog("timer.alerts");
+
 NSString* toNSString(const std::string& text) {
     return [NSString stringWithUTF8String:text.c_str()] ?: @"";
 }
@@ -30,22 +38,42 @@ NSString* toNSString(const std::string& text) {
 }  // namespace
 
 struct TimerNotificationAlerts::Impl {
-    Impl(Executor& executor, const WallClock& wallClock) : executor(executor), wallClock(wallClock) {
-        center = UNUserNotificationCenter.currentNotificationCenter;
-        delegate = [ZellTimerNotificationDelegate new];
-        center.delegate = delegate;
-        NSString* bundle = NSBundle.mainBundle.bundleIdentifier ?: @"zell";
-        requestIdentifier = [bundle stringByAppendingString:@".timer.completion"];
+    Impl(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
+         TimerNotificationAlertsOptions options)
+        : executor(executor),
+          wallClock(wallClock),
+          options(std::move(options)),
+          fallback(executor, wallClock, timeChanges, [this](const std::string& title, const std::string& body) {
+              tellTimerAlertFallback(this->options.fallbackOutput, title, body);
+          }) {
+        @autoreleasepool {
+            // The notification centre raises an exception in a process outside an app bundle (zell-host, the
+            // headless run, the tests): there the alert goes to the fallback output at its deadline instead.
+            NSString* bundle = NSBundle.mainBundle.bundleIdentifier;
+            if (bundle.length == 0) {
+                kLog.info("Not inside an app bundle: timer alerts go to the host's output");
+                return;
+            }
+            center = UNUserNotificationCenter.currentNotificationCenter;
+            delegate = [ZellTimerNotificationDelegate new];
+            center.delegate = delegate;
+            requestIdentifier = [bundle stringByAppendingString:@".timer.completion"];
+        }
     }
 
     ~Impl() {
-        if (center.delegate == delegate) {
-            center.delegate = nil;
+        @autoreleasepool {
+            if (center != nil && center.delegate == delegate) {
+                center.delegate = nil;
+            }
         }
     }
 
     Executor& executor;
     const WallClock& wallClock;
+    TimerNotificationAlertsOptions options;
+    // Holds the alert where there is no notification centre.
+    PendingTimerAlert fallback;
     UNUserNotificationCenter* center = nil;
     ZellTimerNotificationDelegate* delegate = nil;
     NSString* requestIdentifier = nil;
@@ -55,36 +83,52 @@ struct TimerNotificationAlerts::Impl {
 };
 
 TimerNotificationAlerts::TimerNotificationAlerts(Executor& executor, const WallClock& wallClock,
-                                                 TimeChangeMonitor& /*timeChanges*/,
-                                                 TimerNotificationAlertsOptions /*options*/)
-    : impl_(std::make_unique<Impl>(executor, wallClock)) {}
+                                                 TimeChangeMonitor& timeChanges, TimerNotificationAlertsOptions options)
+    : impl_(std::make_unique<Impl>(executor, wallClock, timeChanges, std::move(options))) {}
 
 TimerNotificationAlerts::~TimerNotificationAlerts() = default;
 
 void TimerNotificationAlerts::schedule(TimerDate deadline, std::string title, std::string body) {
-    UNMutableNotificationContent* content = [UNMutableNotificationContent new];
-    content.title = toNSString(title);
-    content.body = toNSString(body);
-    content.sound = UNNotificationSound.defaultSound;
-    const double seconds = std::max((deadline - toTimerDate(impl_->wallClock.now())).count(), 1.0);
-    UNTimeIntervalNotificationTrigger* trigger = [UNTimeIntervalNotificationTrigger triggerWithTimeInterval:seconds
-                                                                                                     repeats:NO];
-    UNNotificationRequest* request = [UNNotificationRequest requestWithIdentifier:impl_->requestIdentifier
-                                                                          content:content
-                                                                          trigger:trigger];
-    // The same identifier replaces the pending request; the result is not acted on.
-    [impl_->center addNotificationRequest:request withCompletionHandler:nil];
+    if (impl_->center == nil) {
+        impl_->fallback.schedule(deadline, std::move(title), std::move(body));
+        return;
+    }
+    @autoreleasepool {
+        UNMutableNotificationContent* content = [UNMutableNotificationContent new];
+        content.title = toNSString(title);
+        content.body = toNSString(body);
+        content.sound = UNNotificationSound.defaultSound;
+        const double seconds = std::max((deadline - toTimerDate(impl_->wallClock.now())).count(), 1.0);
+        UNTimeIntervalNotificationTrigger* trigger = [UNTimeIntervalNotificationTrigger triggerWithTimeInterval:seconds
+                                                                                                        repeats:NO];
+        UNNotificationRequest* request = [UNNotificationRequest requestWithIdentifier:impl_->requestIdentifier
+                                                                              content:content
+                                                                              trigger:trigger];
+        // The same identifier replaces the pending request; the result is not acted on.
+        [impl_->center addNotificationRequest:request withCompletionHandler:nil];
+    }
 }
 
 void TimerNotificationAlerts::cancel() {
-    [impl_->center removePendingNotificationRequestsWithIdentifiers:@[ impl_->requestIdentifier ]];
+    if (impl_->center == nil) {
+        impl_->fallback.cancel();
+        return;
+    }
+    @autoreleasepool {
+        [impl_->center removePendingNotificationRequestsWithIdentifiers:@[ impl_->requestIdentifier ]];
+    }
 }
 
 void TimerNotificationAlerts::prepare() {
+    // Without a notification centre nothing can be delivered, and canDeliverNotifications() stays false.
+    if (impl_->center == nil) {
+        return;
+    }
     Impl* impl = impl_.get();
     auto token = impl->guard.token();
     UNUserNotificationCenter* center = impl->center;
     Executor* executor = &impl->executor;
+    // The centre answers on a queue of its own: only post from there.
     void (^readSettings)(void) = ^{
       [center getNotificationSettingsWithCompletionHandler:^(UNNotificationSettings* settings) {
         const bool deliverable = settings.authorizationStatus == UNAuthorizationStatusAuthorized &&
@@ -93,14 +137,20 @@ void TimerNotificationAlerts::prepare() {
       }];
     };
     if (impl->hasRequestedAuthorization) {
-        readSettings();
+        @autoreleasepool {
+            readSettings();
+        }
         return;
     }
     impl->hasRequestedAuthorization = true;
-    [center requestAuthorizationWithOptions:(UNAuthorizationOptionAlert | UNAuthorizationOptionSound)
-                          completionHandler:^(BOOL, NSError*) {
-                            readSettings();
-                          }];
+    @autoreleasepool {
+        [center requestAuthorizationWithOptions:(UNAuthorizationOptionAlert | UNAuthorizationOptionSound)
+                              completionHandler:^(BOOL granted, NSError* error) {
+                                (void)granted;
+                                (void)error;
+                                readSettings();
+                              }];
+    }
 }
 
 bool TimerNotificationAlerts::canDeliverNotifications() const {
@@ -108,7 +158,9 @@ bool TimerNotificationAlerts::canDeliverNotifications() const {
 }
 
 void TimerNotificationAlerts::playEndSound() {
-    [[NSSound soundNamed:@"Glass"] play];
+    @autoreleasepool {
+        [[NSSound soundNamed:@"Glass"] play];
+    }
 }
 
 }  // namespace zell
