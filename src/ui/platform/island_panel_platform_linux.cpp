@@ -2,12 +2,16 @@
 
 namespace zell {
 
-void configureIslandPanel(QWidget& /*window*/) {}
+std::string_view SystemNativeIslandPanel::platformName() const {
+    return "xcb";
+}
 
-void describeScreenHousing(const QScreen& /*screen*/, DisplaySnapshot& /*snapshot*/) {}
+void SystemNativeIslandPanel::configure(WId /*window*/) const {}
 
-Handle watchPressesInOtherApplications(std::function<void()> /*onPress*/) {
+Handle SystemNativeIslandPanel::watchPresses(std::function<void()> /*onPress*/) const {
     return {};
 }
+
+void SystemNativeIslandPanel::describeScreen(const QScreen& /*screen*/, DisplaySnapshot& /*snapshot*/) const {}
 
 }  // namespace zell

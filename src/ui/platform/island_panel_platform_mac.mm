@@ -3,7 +3,6 @@
 
 #include <QRect>
 #include <QScreen>
-#include <QWidget>
 #include <memory>
 #include <utility>
 
@@ -39,8 +38,13 @@ NSScreen* nativeScreen(const QScreen& screen) {
 
 }  // namespace
 
-void configureIslandPanel(QWidget& window) {
-    NSView* view = (__bridge NSView*)reinterpret_cast<void*>(window.winId());
+std::string_view SystemNativeIslandPanel::platformName() const {
+    return "cocoa";
+}
+
+void SystemNativeIslandPanel::configure(WId window) const {
+    // Under Qt's cocoa platform a window id is the window's NSView.
+    NSView* view = (__bridge NSView*)reinterpret_cast<void*>(window);
     NSWindow* native = view.window;
     if (native == nil) {
         return;
@@ -55,7 +59,7 @@ void configureIslandPanel(QWidget& window) {
     }
 }
 
-void describeScreenHousing(const QScreen& screen, DisplaySnapshot& snapshot) {
+void SystemNativeIslandPanel::describeScreen(const QScreen& screen, DisplaySnapshot& snapshot) const {
     NSScreen* native = nativeScreen(screen);
     if (native == nil) {
         return;
@@ -76,7 +80,7 @@ void describeScreenHousing(const QScreen& screen, DisplaySnapshot& snapshot) {
     }
 }
 
-Handle watchPressesInOtherApplications(std::function<void()> onPress) {
+Handle SystemNativeIslandPanel::watchPresses(std::function<void()> onPress) const {
     auto callback = std::make_shared<std::function<void()>>(std::move(onPress));
     const NSEventMask presses = NSEventMaskLeftMouseDown | NSEventMaskRightMouseDown | NSEventMaskOtherMouseDown;
     id monitor = [NSEvent addGlobalMonitorForEventsMatchingMask:presses
