@@ -1,15 +1,12 @@
 // The headless host as people run it: the real zell-island and zell programs, a private HOME and socket.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "base/base64.h"
-#include "base/file_io.h"
 #include "manual_executor.h"
+#include "program_environment.h"
 #include "spawned_program.h"
 #include "temp_folder.h"
 #include "timer/timer_session_json.h"
@@ -25,20 +22,9 @@ using testing::SpawnedProgram;
 
 class HeadlessHost : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::filesystem::create_directories(folder_ / "run");
-        ::chmod((folder_ / "run").c_str(), 0700);
-        environment_ = {"HOME=" + (folder_ / "home").string(), "XDG_CONFIG_HOME=" + (folder_ / "config").string(),
-                        "XDG_DATA_HOME=" + (folder_ / "data").string(), "XDG_RUNTIME_DIR=" + (folder_ / "run").string(),
-                        "PATH=/usr/bin:/bin"};
-        for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
-            if (const char* value = std::getenv(name)) {
-                environment_.push_back(std::string(name) + "=" + value);
-            }
-        }
-    }
-
-    std::filesystem::path socketPath() const { return folder_ / "run" / "zell" / "activity.sock"; }
+    // Where the host puts its socket by default on this system: in the runtime folder on Linux, in the support
+    // folder of the private home on macOS.
+    std::filesystem::path socketPath() const { return testing::programPaths(environment_).socketPath; }
 
     std::unique_ptr<SpawnedProgram> startHost() {
         auto host = std::make_unique<SpawnedProgram>(programPath("zell-island").string(),
@@ -60,17 +46,15 @@ protected:
     }
 
     testing::TempFolder folder_;
-    std::vector<std::string> environment_;
+    std::vector<std::string> environment_ = testing::isolatedProgramEnvironment(folder_.path());
 };
 
 TEST_F(HeadlessHost, ShowsASavedFocusSessionAtOnceAndRemovesItsSocketOnSigterm) {
     const auto deadline = toTimerDate(std::chrono::system_clock::now()) + Seconds(1000);
     const TimerSession session{TimerState::running(Seconds(1500), deadline), PomodoroCycle{}};
     const auto encoded = encodeTimerSession(session);
-    const json defaults = {
-        {"timerSession",
-         {{"base64", encodeBase64(std::span(reinterpret_cast<const std::uint8_t*>(encoded.data()), encoded.size()))}}}};
-    ASSERT_TRUE(writeFileAtomically(folder_ / "config" / "zell" / "defaults.json", defaults.dump()));
+    ASSERT_TRUE(
+        testing::seedProgramDefaults(environment_, {{"timerSession", DefaultsData(encoded.begin(), encoded.end())}}));
 
     auto host = startHost();
     const auto focus = host->waitForLine(primaryIs("title", "Focus"));

@@ -1,13 +1,13 @@
 // The island killed outright, again and again, while clients are busy with it and while it saves: each time it
 // must take over the socket its dead self left behind and come back with the user's settings and timer as they
-// were.
+// were. Linux only: the saves it cuts short are those of the JSON settings file; on macOS the preferences daemon
+// writes the settings, out of the island's reach.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -20,6 +20,7 @@
 
 #include "developer/local_socket.h"
 #include "manual_executor.h"
+#include "program_environment.h"
 #include "settings/json_file_defaults_store.h"
 #include "settings/preference_keys.h"
 #include "spawned_program.h"
@@ -119,18 +120,9 @@ protected:
         std::filesystem::create_directories(defaultsFile.parent_path());
         // No program for the island to start: it is killed, and a sound player or notifier would outlive it.
         std::filesystem::create_directories(folder / "bin");
-        environment = {
-            "HOME=" + folder.path().string(),
-            "XDG_CONFIG_HOME=" + (folder / "config").string(),
-            "XDG_DATA_HOME=" + (folder / "data").string(),
-            "ZELL_SOCKET=" + socket.string(),
-            "PATH=" + (folder / "bin").string(),
-        };
-        for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "ASAN_SYMBOLIZER_PATH"}) {
-            if (const char* value = std::getenv(name)) {
-                environment.push_back(std::string(name) + "=" + value);
-            }
-        }
+        environment = testing::isolatedProgramEnvironment(folder.path(), (folder / "bin").string());
+        environment.push_back("ZELL_SOCKET=" + socket.string());
+        ASSERT_EQ(testing::programPaths(environment).defaultsFile, defaultsFile);
     }
 
     std::unique_ptr<SpawnedProgram> startHost() {

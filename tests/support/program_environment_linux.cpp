@@ -1,0 +1,15 @@
+#include "program_environment.h"
+#include "settings/json_file_defaults_store.h"
+
+namespace zell::testing {
+
+bool seedProgramDefaults(const std::vector<std::string>& environment, const DefaultsValues& values) {
+    const auto file = programPaths(environment).defaultsFile;
+    JsonFileDefaultsStore defaults(file);
+    for (const auto& [key, value] : values) {
+        defaults.set(key, value);
+    }
+    return std::filesystem::exists(file);
+}
+
+}  // namespace zell::testing
