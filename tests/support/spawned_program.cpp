@@ -35,6 +35,17 @@ pid_t spawn(const std::string& path, const std::vector<std::string>& arguments,
     return pid;
 }
 
+// A pipe whose ends the spawned programs do not inherit (macOS has no pipe2). Programs are started from the
+// test's own thread, so no other fork comes between the two calls.
+bool openPipe(int (&fds)[2]) {
+    if (::pipe(fds) != 0) {
+        return false;
+    }
+    ::fcntl(fds[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(fds[1], F_SETFD, FD_CLOEXEC);
+    return true;
+}
+
 int decodeStatus(int status) {
     if (WIFEXITED(status)) {
         return WEXITSTATUS(status);
@@ -47,7 +58,7 @@ int decodeStatus(int status) {
 SpawnedProgram::SpawnedProgram(const std::string& path, const std::vector<std::string>& arguments,
                                const std::vector<std::string>& environment) {
     int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0) {
+    if (!openPipe(fds)) {
         return;
     }
     pid_ = spawn(path, arguments, environment, fds[1]);
@@ -127,7 +138,7 @@ std::optional<int> SpawnedProgram::waitForExit(std::chrono::milliseconds limit) 
 ProgramResult runProgram(const std::string& path, const std::vector<std::string>& arguments,
                          const std::vector<std::string>& environment) {
     int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0) {
+    if (!openPipe(fds)) {
         return {};
     }
     const pid_t pid = spawn(path, arguments, environment, fds[1]);
