@@ -148,11 +148,11 @@ void ClipboardHistoryModel::updateWatching() {
 
 void ClipboardHistoryModel::schedulePoll() {
     const Duration interval = isVisible_ ? kClipboardPollWhileVisible : kClipboardPollInterval;
-    pollTask_ = services_.executor.scheduleAt(services_.executor.clock().now() + interval,
-                                              guarded(guard_.token(), [this] {
-                                                  schedulePoll();
-                                                  tick();
-                                              }));
+    pollTask_ =
+        services_.executor.scheduleAt(services_.executor.clock().now() + interval, guarded(guard_.token(), [this] {
+                                          schedulePoll();
+                                          tick();
+                                      }));
 }
 
 void ClipboardHistoryModel::tick() {

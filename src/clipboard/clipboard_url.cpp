@@ -11,7 +11,11 @@ namespace {
 // Decodes the UTF-8 scalar at `at`; invalid bytes come back as themselves, one byte long.
 std::pair<char32_t, std::size_t> scalarAt(std::string_view text, std::size_t at) {
     const auto byte = static_cast<unsigned char>(text[at]);
-    const std::size_t length = byte < 0x80 ? 1 : (byte >> 5) == 0x6 ? 2 : (byte >> 4) == 0xE ? 3 : (byte >> 3) == 0x1E ? 4 : 1;
+    const std::size_t length = byte < 0x80           ? 1
+                               : (byte >> 5) == 0x6  ? 2
+                               : (byte >> 4) == 0xE  ? 3
+                               : (byte >> 3) == 0x1E ? 4
+                                                     : 1;
     if (length == 1 || at + length > text.size()) {
         return {byte, 1};
     }

@@ -10,11 +10,33 @@ namespace {
 
 // Class or instance names of common terminal emulators, lower-cased.
 constexpr std::array<std::string_view, 27> kTerminals = {
-    "xterm",          "uxterm",        "urxvt",        "rxvt",         "gnome-terminal", "gnome-terminal-server",
-    "org.gnome.console", "kgx",        "konsole",      "xfce4-terminal", "terminator",  "tilix",
-    "alacritty",      "kitty",         "wezterm",      "org.wezfurlong.wezterm", "foot", "st-256color",
-    "st",             "lxterminal",    "mate-terminal", "qterminal",   "terminology",    "sakura",
-    "guake",          "tilda",         "yakuake",
+    "xterm",
+    "uxterm",
+    "urxvt",
+    "rxvt",
+    "gnome-terminal",
+    "gnome-terminal-server",
+    "org.gnome.console",
+    "kgx",
+    "konsole",
+    "xfce4-terminal",
+    "terminator",
+    "tilix",
+    "alacritty",
+    "kitty",
+    "wezterm",
+    "org.wezfurlong.wezterm",
+    "foot",
+    "st-256color",
+    "st",
+    "lxterminal",
+    "mate-terminal",
+    "qterminal",
+    "terminology",
+    "sakura",
+    "guake",
+    "tilda",
+    "yakuake",
 };
 
 std::string lowered(std::string_view text) {

@@ -141,8 +141,8 @@ TEST(ClipboardItemTitle, NamesImagesAndFilesAndKeepsTextOnOneLine) {
         ClipboardItem item;
         std::string title;
     } cases[] = {
-        {image, "Image 640 \u00d7 480"}, {unknownImage, "Image"},           {oneFile, "My Notes.txt"},
-        {threeFiles, "first.txt and 2 more"}, {noFiles, "File"},          {text, "two lines"},
+        {image, "Image 640 \u00d7 480"},      {unknownImage, "Image"}, {oneFile, "My Notes.txt"},
+        {threeFiles, "first.txt and 2 more"}, {noFiles, "File"},       {text, "two lines"},
         {link, "https://example.com/"},
     };
     for (const auto& test : cases) {

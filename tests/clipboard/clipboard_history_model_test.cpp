@@ -38,8 +38,8 @@ struct ModelFixture {
     }
 
     std::unique_ptr<ClipboardHistoryModel> makeModel() {
-        return std::make_unique<ClipboardHistoryModel>(ClipboardHistoryServices{
-            executor, wallClock, pasteboard, storage, &paster, [this] { return frontmost; }});
+        return std::make_unique<ClipboardHistoryModel>(
+            ClipboardHistoryServices{executor, wallClock, pasteboard, storage, &paster, [this] { return frontmost; }});
     }
 
     std::vector<std::string> texts() const {

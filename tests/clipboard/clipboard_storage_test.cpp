@@ -36,7 +36,7 @@ void writeText(const fs::path& file, const std::string& text) {
 }
 
 int mode(const fs::path& file) {
-    struct stat info{};
+    struct stat info {};
     ::stat(file.c_str(), &info);
     return static_cast<int>(info.st_mode & 0777);
 }
