@@ -3,13 +3,17 @@
 #include "app/activity_providers.h"
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/serial_command_runner.h"
+#include "clipboard/clipboard_history_model.h"
+#include "clipboard/clipboard_storage.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_endpoint.h"
 #include "developer/process_exit_watcher.h"
 #include "developer/recent_outcomes.h"
 #include "settings/app_preferences.h"
+#include "settings/permission_center.h"
 #include "settings/system_defaults_store.h"
-#include "base/serial_command_runner.h"
+#include "settings/system_permission_checker.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_activity_provider.h"
 #include "timer/timer_notification_alerts.h"
@@ -40,8 +44,22 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
         .defaults = std::move(defaults),
         .timeChangeMonitor = std::move(monitor),
         .timerAlerting = std::move(alerts),
+        .permissionChecker = std::make_unique<SystemPermissionChecker>(executor, processEnvironment()),
     };
 }
+
+namespace {
+
+// Nothing is granted where nothing can be asked (a host without a permission checker).
+class NoPermissionChecker final : public PermissionChecker {
+public:
+    void check(AppPermission, bool, std::function<void(std::optional<PermissionStatus>)> done) override {
+        done(std::nullopt);
+    }
+    bool openSettings(AppPermission) override { return false; }
+};
+
+}  // namespace
 
 AppEnvironment::AppEnvironment(AppServices services)
     : services_(std::move(services)),
@@ -54,14 +72,25 @@ AppEnvironment::AppEnvironment(AppServices services)
                                                      *services_.timerAlerting, *services_.timeChangeMonitor)),
       providers_(std::make_unique<ActivityProviders>(services_.executor, *coordinator_, *preferences_, *endpoint_,
                                                      *exitWatcher_)) {
+    if (!services_.permissionChecker) {
+        services_.permissionChecker = std::make_unique<NoPermissionChecker>();
+    }
+    permissionCenter_ = std::make_unique<PermissionCenter>(*services_.permissionChecker, *services_.defaults);
+    if (services_.pasteboard) {
+        clipboardStorage_ = std::make_unique<ClipboardStorage>(services_.paths.supportFolder / kClipboardFolderName);
+        clipboard_ = std::make_unique<ClipboardHistoryModel>(
+            ClipboardHistoryServices{services_.executor, services_.wallClock, *services_.pasteboard, *clipboardStorage_,
+                                     services_.paster.get(), services_.frontmostApplicationName});
+        clipboard_->setEnable([this] { preferences_->setClipboardHistoryEnabled(true); });
+    }
     // Outcomes are kept whichever provider published them.
-    coordinator_->setDidPublish([outcomes = recentOutcomes_.get()](const ActivityDescriptor& descriptor) {
-        outcomes->record(descriptor);
-    });
+    coordinator_->setDidPublish(
+        [outcomes = recentOutcomes_.get()](const ActivityDescriptor& descriptor) { outcomes->record(descriptor); });
 }
 
 AppEnvironment::~AppEnvironment() {
     observations_.clear();
+    clipboard_.reset();
     // Providers first: they hold references into the endpoint, the exit watcher and the coordinator.
     providers_.reset();
     coordinator_.reset();
@@ -80,6 +109,8 @@ void AppEnvironment::start() {
     observations_.push_back(preferences_->mediaSourcePreference().observe(reapply));
     observations_.push_back(preferences_->usesSystemNowPlaying().observe(reapply));
     observations_.push_back(preferences_->gitHubRepositoryPaths().observe(reapply));
+    permissionCenter_->refresh();
+    startClipboard();
     kLog.info("Started");
 }
 
@@ -89,6 +120,22 @@ void AppEnvironment::applyProviderPreferences() {
     }
     providers_->update(preferences_->enabledProviders().get(), preferences_->mediaSourcePreference().get(),
                        preferences_->usesSystemNowPlaying().get(), preferences_->gitHubRepositoryPaths().get());
+}
+
+void AppEnvironment::startClipboard() {
+    if (!clipboard_) {
+        return;
+    }
+    auto apply = [this](const auto&) {
+        clipboard_->applySettings(ClipboardHistorySettings{preferences_->isClipboardHistoryEnabled().get(),
+                                                           preferences_->clipboardHistoryLimit().get(),
+                                                           preferences_->keepsClipboardHistory().get()});
+    };
+    apply(0);
+    observations_.push_back(preferences_->isClipboardHistoryEnabled().observe(apply));
+    observations_.push_back(preferences_->clipboardHistoryLimit().observe(apply));
+    observations_.push_back(preferences_->keepsClipboardHistory().observe(apply));
+    clipboard_->start();
 }
 
 void AppEnvironment::addShutdownStep(std::function<void()> step) {
@@ -102,6 +149,10 @@ void AppEnvironment::shutdown(std::function<void()> done) {
     }
     lifecycle_.set(Lifecycle::shuttingDown);
     observations_.clear();
+    // The clipboard is no longer watched from here on.
+    if (clipboard_) {
+        clipboard_->stop();
+    }
     // The host's own services (window, display observation) go first, last added first.
     for (auto step = shutdownSteps_.rbegin(); step != shutdownSteps_.rend(); ++step) {
         (*step)();

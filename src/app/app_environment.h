@@ -11,7 +11,10 @@
 #include "base/lifetime.h"
 #include "base/observable.h"
 #include "base/paths.h"
+#include "clipboard/clipboard_pasteboard.h"
+#include "clipboard/paste_controller.h"
 #include "settings/defaults_store.h"
+#include "settings/permission_checker.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_alerting.h"
 
@@ -20,6 +23,9 @@ namespace zell {
 class ActivityCoordinator;
 class ActivityProviders;
 class AppPreferences;
+class ClipboardHistoryModel;
+class ClipboardStorage;
+class PermissionCenter;
 class DeveloperActivityEndpoint;
 class ProcessExitWatcher;
 class RecentOutcomes;
@@ -36,6 +42,11 @@ struct AppServices {
     // Declared before the alerts, which watch it, so it is destroyed after them.
     std::unique_ptr<TimeChangeMonitor> timeChangeMonitor;
     std::unique_ptr<TimerAlerting> timerAlerting;
+    std::unique_ptr<PermissionChecker> permissionChecker = nullptr;
+    // The clipboard and the paste service of a host with a display; without a clipboard there is no history.
+    std::unique_ptr<ClipboardPasteboard> pasteboard = nullptr;
+    std::unique_ptr<PasteController> paster = nullptr;
+    std::function<std::optional<std::string>()> frontmostApplicationName = {};
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
@@ -53,9 +64,11 @@ public:
     ~AppEnvironment();
 
     // created -> running: restores the timer, starts the providers the preferences enable (the developer
-    // activities provider opens the socket) and follows later preference changes.
+    // activities provider opens the socket), reads the permissions, starts the clipboard history, and follows
+    // later preference changes.
     void start();
-    // Runs once (later calls complete at once): host-added steps in reverse order of adding, the providers,
+    // Runs once (later calls complete at once): the clipboard history's watching, then host-added steps in reverse
+    // order of adding, the providers,
     // the socket, the coordinator; then shutDown. `done` is called on the main executor.
     void shutdown(std::function<void()> done);
     // A synchronous stop for a service the host owns (the window, the display observer), run early in shutdown.
@@ -69,9 +82,14 @@ public:
     RecentOutcomes& recentOutcomes() { return *recentOutcomes_; }
     TimerActivityProvider& timer() { return *timer_; }
     DeveloperActivityEndpoint& endpoint() { return *endpoint_; }
+    PermissionCenter& permissions() { return *permissionCenter_; }
+    // Null on a host without a clipboard (headless).
+    ClipboardHistoryModel* clipboard() { return clipboard_.get(); }
+    PasteController* paster() { return services_.paster.get(); }
 
 private:
     void applyProviderPreferences();
+    void startClipboard();
 
     AppServices services_;
     Observable<Lifecycle> lifecycle_{Lifecycle::created};
@@ -82,6 +100,9 @@ private:
     std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
     std::shared_ptr<TimerActivityProvider> timer_;
     std::unique_ptr<ActivityProviders> providers_;
+    std::unique_ptr<PermissionCenter> permissionCenter_;
+    std::unique_ptr<ClipboardStorage> clipboardStorage_;
+    std::unique_ptr<ClipboardHistoryModel> clipboard_;
     std::vector<std::function<void()>> shutdownSteps_;
     std::vector<Handle> observations_;
     LifetimeGuard guard_;

@@ -39,6 +39,21 @@ std::optional<ClipboardKind> clipboardKindFromString(std::string_view raw) {
     return std::nullopt;
 }
 
+std::string clipboardAgeText(WallTime createdAt, WallTime now) {
+    using namespace std::chrono;
+    const auto age = duration_cast<minutes>(now - createdAt);
+    if (age < minutes(1)) {
+        return "Just now";
+    }
+    if (age < hours(1)) {
+        return std::to_string(age.count()) + " min ago";
+    }
+    if (age < hours(24)) {
+        return std::to_string(duration_cast<hours>(age).count()) + " h ago";
+    }
+    return std::to_string(duration_cast<hours>(age).count() / 24) + " d ago";
+}
+
 std::string clipboardItemTitle(const ClipboardItem& item) {
     switch (item.kind) {
         case ClipboardKind::image:

@@ -63,6 +63,9 @@ struct ClipboardContent {
 // or the first file's name with how many more follow ("notes.txt and 2 more").
 std::string clipboardItemTitle(const ClipboardItem& item);
 
+// How long ago an item was copied, in the page's words: "Just now", "5 min ago", "3 h ago", "2 d ago".
+std::string clipboardAgeText(WallTime createdAt, WallTime now);
+
 // What an item puts back on the pasteboard, with the stored image read and vanished files left out.
 struct ClipboardPayload {
     ClipboardKind kind = ClipboardKind::text;

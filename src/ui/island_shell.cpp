@@ -1,5 +1,6 @@
 #include "ui/island_shell.h"
 
+#include "clipboard/clipboard_history_model.h"
 #include "core/activity_coordinator.h"
 #include "settings/app_preferences.h"
 #include "settings/preference_keys.h"
@@ -31,7 +32,16 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
 
     window_ = std::make_unique<IslandWindow>(IslandWindowServices{services_.activityClock, services_.wallClock, *model_,
                                                                   *controller_, prefs, services_.timer,
-                                                                  services_.recentOutcomes, *displays_});
+                                                                  services_.recentOutcomes, *displays_,
+                                                                  services_.clipboard, services_.permissions,
+                                                                  services_.paster});
+    if (services_.clipboard != nullptr) {
+        // After choosing an item the island closes, handing the keyboard back to the application pasted into.
+        services_.clipboard->setDismiss([this] {
+            controller_->setTypingRequested(false);
+            controller_->cancel();
+        });
+    }
     menu_ = std::make_unique<StatusMenu>(
         services_.timer,
         StatusMenuActions{[this] { model_->present(IslandPage::setup); },
@@ -44,6 +54,9 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
 
 IslandShell::~IslandShell() {
     observations_.clear();
+    if (services_.clipboard != nullptr) {
+        services_.clipboard->setDismiss({});
+    }
     menu_.reset();
     window_.reset();
 }

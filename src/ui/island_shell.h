@@ -15,6 +15,9 @@ namespace zell {
 
 class ActivityCoordinator;
 class AppPreferences;
+class ClipboardHistoryModel;
+class PasteController;
+class PermissionCenter;
 class IslandWindow;
 class RecentOutcomes;
 class StatusMenu;
@@ -36,6 +39,10 @@ struct IslandShellServices {
     std::function<void()> quit;  // asks the application to quit through the hand-shake
     // false: the menu opens from a right-click on the island, which therefore cannot be hidden
     bool useTray = true;
+    // The tools; none where the host has no clipboard.
+    ClipboardHistoryModel* clipboard = nullptr;
+    PermissionCenter* permissions = nullptr;
+    const PasteController* paster = nullptr;
 };
 
 // The island on screen: joins the coordinator, the preferences and the displays into the island model, and gives

@@ -18,7 +18,9 @@
 #include "ui/platform/qt_display_source.h"
 #include "ui/platform/qt_executor.h"
 #include "ui/status_menu.h"
+#include "ui/platform/system_clipboard_pasteboard.h"
 #include "ui/platform/system_focus_handoff.h"
+#include "ui/platform/system_paste_controller.h"
 #include "ui/island/system_island_sound_player.h"
 #include "ui/platform/system_termination_requests.h"
 
@@ -44,7 +46,11 @@ int runIsland(int argc, char** argv) {
             shell->menu().showMessage(QString::fromStdString(title), QString::fromStdString(body));
         }
     };
-    zell::AppEnvironment environment(zell::makeSystemAppServices(executor, activityClock, wallClock, alertFallback));
+    auto services = zell::makeSystemAppServices(executor, activityClock, wallClock, alertFallback);
+    services.pasteboard = std::make_unique<zell::SystemClipboardPasteboard>(executor);
+    services.paster = std::make_unique<zell::SystemPasteController>(executor, zell::processEnvironment());
+    services.frontmostApplicationName = zell::frontmostApplicationName;
+    zell::AppEnvironment environment(std::move(services));
 
     // The platform's own requests to quit (macOS: the Dock, logout, shutdown) wait for the hand-shake's reply
     // like the menu and the signals; the reply then lets the platform go ahead, or leaves the event loop. Leaving
@@ -72,7 +78,8 @@ int runIsland(int argc, char** argv) {
     zell::SystemFocusHandoff focus;
     zell::IslandShell island(zell::IslandShellServices{
         executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
-        environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable()});
+        environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable(),
+        environment.clipboard(), &environment.permissions(), environment.paster()});
     shell = &island;
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });

@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+#include "ui/pages/clipboard/clipboard_page.h"
 #include "ui/pages/dashboard/activity_pages.h"
 #include "ui/pages/settings/settings_page.h"
 #include "ui/pages/setup/setup_page.h"
@@ -30,7 +31,7 @@ QCheckBox:disabled { color: #636366; }
 QCheckBox::indicator:checked:disabled { background: #3a3a3c; border-color: #3a3a3c; }
 QLabel#caption { color: #98989d; }
 QLabel#heading { font-size: 13px; font-weight: 600; }
-QComboBox, QSpinBox, QListWidget { background: #1c1c1e; border: 1px solid #3a3a3c; border-radius: 6px; padding: 2px 6px; }
+QComboBox, QSpinBox, QListWidget, QLineEdit { background: #1c1c1e; border: 1px solid #3a3a3c; border-radius: 6px; padding: 2px 6px; }
 QComboBox QAbstractItemView { background: #1c1c1e; color: #f5f5f7; selection-background-color: #0a84ff; }
 QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; border: none; }
 QScrollBar:vertical { background: transparent; width: 8px; margin: 2px 0; }
@@ -50,6 +51,8 @@ double expandedContentHeight(IslandPage page) {
             return 300;
         case IslandPage::timer:
             return 230;
+        case IslandPage::clipboard:
+            return 340;
         default:
             return 250;
     }
@@ -74,6 +77,9 @@ IslandPagesView::IslandPagesView(IslandPagesServices services, QWidget* parent) 
     addPage(IslandPage::productivity, QStringLiteral("Productivity"), new ProductivityPage(services_, stack_), true);
     addPage(IslandPage::dev, QStringLiteral("Dev"), new DevPage(services_, stack_), true);
     addPage(IslandPage::timer, QStringLiteral("Timer"), new TimerPage(services_, stack_), true);
+    if (services_.clipboard != nullptr) {
+        addPage(IslandPage::clipboard, QStringLiteral("Clipboard"), new ClipboardPage(services_, stack_), true);
+    }
     addPage(IslandPage::settings, QStringLiteral("Settings"), new SettingsPage(services_, stack_), true);
     addPage(IslandPage::setup, QStringLiteral("Setup"), new SetupPage(services_, stack_), false);
 

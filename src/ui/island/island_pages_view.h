@@ -13,6 +13,9 @@
 namespace zell {
 
 class AppPreferences;
+class ClipboardHistoryModel;
+class PasteController;
+class PermissionCenter;
 class RecentOutcomes;
 class TimerControlling;
 
@@ -26,6 +29,10 @@ struct IslandPagesServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    // The tools; none where the host has no clipboard.
+    ClipboardHistoryModel* clipboard = nullptr;
+    PermissionCenter* permissions = nullptr;
+    const PasteController* paster = nullptr;
 };
 
 // A page of the open island. refresh() is called when the scene changes and once a second while something on

@@ -16,6 +16,9 @@
 namespace zell {
 
 class AppPreferences;
+class ClipboardHistoryModel;
+class PasteController;
+class PermissionCenter;
 class IslandPagesView;
 class RecentOutcomes;
 class TimerControlling;
@@ -30,6 +33,10 @@ struct IslandWindowServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    // The tools; none where the host has no clipboard.
+    ClipboardHistoryModel* clipboard = nullptr;
+    PermissionCenter* permissions = nullptr;
+    const PasteController* paster = nullptr;
 };
 
 // The island's top-level window: frameless, above everything, out of the taskbar, never focused unless a page

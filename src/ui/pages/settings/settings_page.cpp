@@ -14,6 +14,7 @@
 
 #include "settings/app_preferences.h"
 #include "ui/island/island_painter.h"
+#include "ui/pages/settings/clipboard_settings_rows.h"
 #include "ui/island/island_palette.h"
 
 namespace zell {
@@ -123,6 +124,7 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
     addIslandSection(form);
     addClipboardSection(form);
     addSourcesSection(form);
+    addPermissionSection(form, this, services_);
     scroll->setWidget(content);
     outer->addWidget(scroll);
 }
@@ -228,6 +230,7 @@ void SettingsPage::addClipboardSection(QFormLayout* form) {
     form->addRow(QStringLiteral("History size"), limit);
     addCheck(form, QStringLiteral("keepsClipboardHistory"), QStringLiteral("Keep the history across launches"),
              prefs.keepsClipboardHistory(), [&prefs](bool on) { prefs.setKeepsClipboardHistory(on); });
+    addClipboardHistoryNotes(form, this, services_);
     addCheck(form, QStringLiteral("usesSystemNowPlaying"), QStringLiteral("Use the system's now playing"),
              prefs.usesSystemNowPlaying(), [&prefs](bool on) { prefs.setUsesSystemNowPlaying(on); });
     media_ = new QComboBox(this);

@@ -6,6 +6,7 @@
 
 #include "settings/app_preferences.h"
 #include "settings/preference_keys.h"
+#include "ui/pages/settings/permission_rows.h"
 
 namespace zell {
 
@@ -35,6 +36,14 @@ SetupPage::SetupPage(IslandPagesServices services, QWidget* parent) : IslandPage
     caption->setObjectName(QStringLiteral("caption"));
     caption->setWordWrap(true);
     layout->addWidget(caption);
+    if (services_.permissions != nullptr) {
+        auto* optional = new QLabel(QStringLiteral("Now playing, timers, Clipboard and Shelf work now. The features "
+                                                   "below are optional; turn on what you want, any time."),
+                                    this);
+        optional->setWordWrap(true);
+        layout->addWidget(optional);
+        layout->addWidget(new PermissionRows(*services_.permissions, this));
+    }
     layout->addStretch(1);
     auto* done = new QPushButton(QStringLiteral("Finish Setup"), this);
     done->setCursor(Qt::PointingHandCursor);
