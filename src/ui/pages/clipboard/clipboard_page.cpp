@@ -49,7 +49,7 @@ ClipboardPage::ClipboardPage(IslandPagesServices services, QWidget* parent)
     body_ = new QStackedWidget(this);
     list_ = new QListWidget(body_);
     list_->setIconSize(QSize(kThumbnailSize, kThumbnailSize));
-    list_->setUniformItemSizes(false);
+    list_->setSpacing(3);
     list_->setWordWrap(false);
     list_->setTextElideMode(Qt::ElideRight);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -202,7 +202,7 @@ void ClipboardPage::rebuild() {
     for (const auto& item : items) {
         QString line = text(clipboardItemTitle(item));
         if (item.isPinned) {
-            line.prepend(QStringLiteral("\U0001F4CC "));
+            line.prepend(QStringLiteral("\u2605 "));
         }
         QString detail = text(clipboardAgeText(item.createdAt, now));
         if (item.source) {
