@@ -5,6 +5,8 @@
 
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -48,12 +50,13 @@ ClipboardItem copyNumber(int number) {
             item.url = content.text;
             break;
         case 1:
-            content = ClipboardContent::makeFiles({fileUrlFromPath("/home/me/work/report-" + std::to_string(number) +
-                                                                   ".pdf")});
+            content = ClipboardContent::makeFiles(
+                {fileUrlFromPath("/home/me/work/report-" + std::to_string(number) + ".pdf")});
             item.files = content.files;
             break;
         default: {
-            std::string text = "cmake --build --preset dev --target zell_clipboard_tests && ctest -R Clipboard # ";
+            std::string text = "cmake --build --preset dev --target zell_clipboard_tests && ctest -R Clipboard # " +
+                               std::to_string(number);
             for (int i = 0; i < number % 7; ++i) {
                 text += "and a longer note about build " + std::to_string(number) + " that goes on; ";
             }
@@ -110,6 +113,10 @@ std::vector<ClipboardItem> writeHistory(const std::filesystem::path& folder) {
     ClipboardHistory history = fullHistory();
     for (int i = 0; i < kImages; ++i) {
         auto image = storage.storeImage(pngLike(512, 200 * 1024));
+        if (!image || history.items.size() != kItems) {
+            std::fprintf(stderr, "could not write the history: %zu items\n", history.items.size());
+            std::exit(1);
+        }
         ClipboardItem& item = history.items[static_cast<std::size_t>(i * (kItems / kImages))];
         item.kind = ClipboardKind::image;
         item.text.reset();

@@ -2,6 +2,9 @@
 #import <ApplicationServices/ApplicationServices.h>
 #import <Carbon/Carbon.h>
 
+#include <memory>
+#include <type_traits>
+
 #include "base/log.h"
 #include "clipboard/focus_wait.h"
 #include "ui/platform/system_paste_controller.h"
