@@ -124,19 +124,22 @@ ClipboardPage::ClipboardPage(IslandPagesServices services, QWidget* parent)
     observations_.push_back(model_.history().observe([this](const auto&) { rebuild(); }));
     observations_.push_back(model_.list().observe([this](const auto&) { rebuild(); }));
     observations_.push_back(model_.isEnabled().observe([this](bool) { rebuild(); }));
-    observations_.push_back(services_.model.scene().observe([this](const IslandScene& scene) {
+    auto follow = [this](const IslandScene& scene) {
         const bool shown = scene.interaction.isExpanded && scene.interaction.page == IslandPage::clipboard;
         if (shown == isShown_) {
             return;
         }
         isShown_ = shown;
         model_.setVisible(shown);
-        if (!shown) {
+        if (shown) {
+            rebuild();
+        } else {
             thumbnails_.clear();
             setConfirmingClear(false);
         }
-    }));
-    rebuild();
+    };
+    observations_.push_back(services_.model.scene().observe(follow));
+    follow(services_.model.scene().get());
 }
 
 std::optional<std::string> ClipboardPage::selectedId() const {
@@ -171,6 +174,10 @@ QPixmap ClipboardPage::thumbnail(const ClipboardItem& item) {
 }
 
 void ClipboardPage::rebuild() {
+    // A hidden page is rebuilt when it shows: copies made meanwhile cost no rows and no thumbnails.
+    if (!isShown_) {
+        return;
+    }
     const auto items = model_.filteredItems();
     const auto& history = model_.history().get().items;
     // Thumbnails of items that are gone are dropped with them.

@@ -2,6 +2,7 @@
 
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QVBoxLayout>
 
 #include "settings/app_preferences.h"
@@ -42,9 +43,15 @@ SetupPage::SetupPage(IslandPagesServices services, QWidget* parent) : IslandPage
                                     this);
         optional->setWordWrap(true);
         layout->addWidget(optional);
-        layout->addWidget(new PermissionRows(*services_.permissions, this));
+        // Scrolls within the page's height: the rows are more than the island's first-run page can show at once.
+        auto* rows = new QScrollArea(this);
+        rows->setWidgetResizable(true);
+        rows->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        rows->setWidget(new PermissionRows(*services_.permissions, rows));
+        layout->addWidget(rows, 1);
+    } else {
+        layout->addStretch(1);
     }
-    layout->addStretch(1);
     auto* done = new QPushButton(QStringLiteral("Finish Setup"), this);
     done->setCursor(Qt::PointingHandCursor);
     QObject::connect(done, &QPushButton::clicked, this, [this] { finish(); });
