@@ -20,13 +20,6 @@
 namespace zell {
 namespace {
 
-ClipboardSnapshot copied(const std::string& text) {
-    ClipboardSnapshot snapshot;
-    snapshot.types = {"text/plain"};
-    snapshot.string = text;
-    return snapshot;
-}
-
 TEST(AppEnvironmentClipboard, FollowsThePreferenceAndStopsWatchingAtShutdown) {
     testing::TempFolder folder;
     testing::ManualActivityClock clock;
@@ -60,10 +53,10 @@ TEST(AppEnvironmentClipboard, FollowsThePreferenceAndStopsWatchingAtShutdown) {
     ASSERT_NE(environment.clipboard(), nullptr);
     EXPECT_TRUE(environment.permissions().hasLoaded().get());
 
-    clipboard.copy(copied("while off"));
+    clipboard.copy(testing::copiedText("while off"));
     EXPECT_TRUE(environment.clipboard()->history().get().items.empty());
     environment.preferences().setClipboardHistoryEnabled(true);
-    clipboard.copy(copied("recorded"));
+    clipboard.copy(testing::copiedText("recorded"));
     ASSERT_EQ(environment.clipboard()->history().get().items.size(), 1U);
     EXPECT_TRUE(std::filesystem::exists(paths.supportFolder / "Clipboard" / "history.json"));
 

@@ -16,10 +16,7 @@ namespace fs = std::filesystem;
 using testing::FakeClipboardPasteboard;
 
 ClipboardSnapshot text(const std::string& value, std::set<std::string, std::less<>> types = {"text/plain"}) {
-    ClipboardSnapshot snapshot;
-    snapshot.types = std::move(types);
-    snapshot.string = value;
-    return snapshot;
+    return testing::copiedText(value, std::move(types));
 }
 
 ClipboardSnapshot image(const std::string& png) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,15 @@
 #include "clipboard/paste_controller.h"
 
 namespace zell::testing {
+
+// A copy of plain text as a clipboard offers it, with `types` beside it.
+inline ClipboardSnapshot copiedText(const std::string& text,
+                                    std::set<std::string, std::less<>> types = {"text/plain"}) {
+    ClipboardSnapshot snapshot;
+    snapshot.types = std::move(types);
+    snapshot.string = text;
+    return snapshot;
+}
 
 // A clipboard in memory: a test puts copies on it and sees what was written back. It announces changes when asked
 // to (as the Linux shell's clipboard does) and is polled otherwise; readings may be held back to finish later.

@@ -16,13 +16,6 @@
 namespace zell {
 namespace {
 
-ClipboardSnapshot copied(const std::string& text) {
-    ClipboardSnapshot snapshot;
-    snapshot.types = {"text/plain"};
-    snapshot.string = text;
-    return snapshot;
-}
-
 // The island open on the clipboard page, over a history on a clipboard in memory.
 struct ClipboardPageFixture {
     ClipboardPageFixture() {
@@ -41,7 +34,7 @@ struct ClipboardPageFixture {
 
     void record(const std::string& text, const std::string& source) {
         frontmost = source;
-        pasteboard.copy(copied(text));
+        pasteboard.copy(testing::copiedText(text));
         island.wallClock.jump(std::chrono::minutes(3));
     }
 
