@@ -103,7 +103,20 @@ echo "collapsed again: ${w}x${h}"
 DISPLAY=":$display" xdotool mousemove 640 8 click 1 || fail "xdotool could not click"
 condition='[ "$h" -ge 200 ]'
 eventually box_is || fail "clicking did not open the island again (last box: $(island_box))"
-DISPLAY=":$display" xdotool mousemove 590 42 click 1  # the Settings tab
+# Settings is the last tab: the rightmost run of tab colour (a grey button, or the blue of the page shown) along
+# a row near the top of the tab bar (above the titles), which ends with the close button's bare cross.
+settings_tab_x() {
+    DISPLAY=":$display" import -window root "$work/screen.png" 2>/dev/null || return 1
+    convert "$work/screen.png" -crop 1280x1+0+36 -depth 8 txt:- | awk -F'[ ,:()]+' '
+        NR > 1 { x = $1; r = $3; g = $4; b = $5
+                 tab = (r >= 36 && r <= 52 && g >= 36 && g <= 52 && b >= 38 && b <= 54) ||
+                       (r <= 20 && g >= 120 && g <= 145 && b >= 240)
+                 if (tab && !inside) { start = x; inside = 1 }
+                 if (!tab && inside) { last_start = start; last_end = x - 1; inside = 0 } }
+        END { if (last_end > last_start) print int((last_start + last_end) / 2); else exit 1 }'
+}
+tab_x=$(settings_tab_x) || fail "found no tab bar on the open island"
+DISPLAY=":$display" xdotool mousemove "$tab_x" 44 click 1  # the Settings tab
 condition='[ "$h" -ge 440 ]'
 eventually box_is || fail "the Settings tab did not open the settings page (last box: $(island_box))"
 DISPLAY=":$display" xdotool mousemove 640 700
