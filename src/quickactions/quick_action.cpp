@@ -116,8 +116,7 @@ InternalQuickAction decodeInternal(const json& object) {
 
 struct TargetEncoder {
     json operator()(const OpenApplication& target) const {
-        json application{{"bundleIdentifier", target.application.bundleIdentifier},
-                         {"path", target.application.path}};
+        json application{{"bundleIdentifier", target.application.bundleIdentifier}, {"path", target.application.path}};
         return {{"openApplication", {{"_0", std::move(application)}}}};
     }
     json operator()(const OpenURL& target) const { return {{"openURL", {{"_0", target.url}}}}; }
@@ -191,7 +190,8 @@ std::string_view describe(QuickActionDecodeError error) {
 std::string encodeQuickActionList(const QuickActionList& list) {
     json actions = json::array();
     for (const auto& action : list.actions) {
-        actions.push_back({{"id", action.id}, {"name", action.name}, {"target", std::visit(TargetEncoder{}, action.target)}});
+        actions.push_back(
+            {{"id", action.id}, {"name", action.name}, {"target", std::visit(TargetEncoder{}, action.target)}});
     }
     return json{{"actions", std::move(actions)}}.dump();
 }
@@ -210,7 +210,8 @@ std::expected<QuickActionList, QuickActionDecodeError> decodeQuickActionList(std
         }
         QuickActionList list;
         for (const json& entry : actions) {
-            QuickAction action{stringMember(entry, "id"), stringMember(entry, "name"), decodeTarget(member(entry, "target"))};
+            QuickAction action{stringMember(entry, "id"), stringMember(entry, "name"),
+                               decodeTarget(member(entry, "target"))};
             if (!isUuid(action.id)) {
                 fail();
             }

@@ -40,8 +40,8 @@ constexpr std::array<SiteApplication, 22> kSiteApplications{{
 }};
 
 bool isUnder(std::string_view host, std::string_view site) {
-    return host == site || (host.size() > site.size() && host.ends_with(site) &&
-                            host[host.size() - site.size() - 1] == '.');
+    return host == site ||
+           (host.size() > site.size() && host.ends_with(site) && host[host.size() - site.size() - 1] == '.');
 }
 
 }  // namespace

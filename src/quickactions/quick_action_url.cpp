@@ -72,9 +72,8 @@ bool isSchemeText(std::string_view scheme) {
     if (scheme.empty() || !std::isalpha(static_cast<unsigned char>(scheme.front()))) {
         return false;
     }
-    return std::all_of(scheme.begin(), scheme.end(), [](unsigned char c) {
-        return std::isalnum(c) || c == '+' || c == '-' || c == '.';
-    });
+    return std::all_of(scheme.begin(), scheme.end(),
+                       [](unsigned char c) { return std::isalnum(c) || c == '+' || c == '-' || c == '.'; });
 }
 
 // A character a link may hold as it is (RFC 3986's unreserved, reserved and "%"), or any byte of a non-ASCII

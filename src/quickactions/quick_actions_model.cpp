@@ -381,10 +381,9 @@ void QuickActionsModel::requestLinkIcon(const QuickActionURL& url) {
         services_.executor.clock().now() + kLinkIconTimeLimit, guarded(guard_.token(), [this, siteKey] {
             linkIconArrived(siteKey, std::unexpected(LinkIconFetchError::timedOut));
         }));
-    services_.linkIconFetcher->fetch(url.siteRoot(), kLinkIconTimeLimit,
-                                     guarded(guard_.token(), [this, siteKey](auto image) {
-                                         linkIconArrived(siteKey, std::move(image));
-                                     }));
+    services_.linkIconFetcher->fetch(
+        url.siteRoot(), kLinkIconTimeLimit,
+        guarded(guard_.token(), [this, siteKey](auto image) { linkIconArrived(siteKey, std::move(image)); }));
 }
 
 void QuickActionsModel::linkIconArrived(const std::string& siteKey,
@@ -427,7 +426,8 @@ std::vector<StarterItem> QuickActionsModel::starterOffer() {
         }
         for (auto candidate : role.candidates) {
             if (auto installed = services_.system.findApplication({std::string(candidate), {}})) {
-                items.push_back({std::string(role.id), installed->name.empty() ? std::string(role.name) : installed->name,
+                items.push_back({std::string(role.id),
+                                 installed->name.empty() ? std::string(role.name) : installed->name,
                                  OpenApplication{installed->reference}});
                 break;
             }

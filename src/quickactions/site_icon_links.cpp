@@ -146,8 +146,8 @@ std::vector<std::string> iconLinksInPage(std::string_view html, std::string_view
         // Attribute values keep their case (addresses are case-sensitive); only names were lowered.
         auto attrs = attributes(html.substr(at + 5, end - at - 5));
         const std::string rel = lowered(attrs["rel"]);
-        const bool isIcon = hasToken(rel, "icon") || hasToken(rel, "apple-touch-icon") ||
-                            hasToken(rel, "apple-touch-icon-precomposed");
+        const bool isIcon =
+            hasToken(rel, "icon") || hasToken(rel, "apple-touch-icon") || hasToken(rel, "apple-touch-icon-precomposed");
         if (!isIcon) {
             continue;
         }

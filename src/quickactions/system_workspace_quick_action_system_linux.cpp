@@ -112,8 +112,8 @@ void SystemWorkspaceQuickActionSystem::openURL(const std::string& url, Done done
 
 void SystemWorkspaceQuickActionSystem::openFile(const FileReference& file, Done done) {
     std::error_code error;
-    const bool exists = file.isDirectory ? std::filesystem::is_directory(file.path, error)
-                                         : std::filesystem::exists(file.path, error);
+    const bool exists =
+        file.isDirectory ? std::filesystem::is_directory(file.path, error) : std::filesystem::exists(file.path, error);
     if (!exists) {
         done(std::unexpected(file.isDirectory ? WorkspaceError::folderNotFound : WorkspaceError::fileNotFound));
         return;

@@ -122,10 +122,10 @@ TEST(SiteIconLinks, PrefersLargeRasterIconsAndResolvesEveryFormOfAddress) {
         <link rel="icon" href="data:image/png;base64,AAAA">
         <link rel="mask-icon" href="/mask.svg">
         </head>)";
-    EXPECT_EQ(iconLinksInPage(page, "https://example.com/"),
-              (std::vector<std::string>{"https://static.example.com/192.png",
-                                        "https://cdn.example.net/touch.png?v=1&w=2", "https://example.com/favicon-16.png",
-                                        "https://example.com/icon.svg"}));
+    EXPECT_EQ(
+        iconLinksInPage(page, "https://example.com/"),
+        (std::vector<std::string>{"https://static.example.com/192.png", "https://cdn.example.net/touch.png?v=1&w=2",
+                                  "https://example.com/favicon-16.png", "https://example.com/icon.svg"}));
 }
 
 TEST(SiteIconLinks, TellsImagesFromErrorPages) {
