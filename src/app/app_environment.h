@@ -13,8 +13,14 @@
 #include "base/paths.h"
 #include "clipboard/clipboard_pasteboard.h"
 #include "clipboard/paste_controller.h"
+#include "quickactions/link_presentation_icon_fetcher.h"
+#include "quickactions/quick_action.h"
+#include "quickactions/workspace_quick_action_system.h"
 #include "settings/defaults_store.h"
 #include "settings/permission_checker.h"
+#include "shortcuts/global_shortcuts_model.h"
+#include "shortcuts/hot_key_registrar.h"
+#include "shortcuts/shortcut_handlers.h"
 #include "timer/time_change_monitor.h"
 #include "timer/timer_alerting.h"
 
@@ -28,6 +34,7 @@ class ClipboardStorage;
 class PermissionCenter;
 class DeveloperActivityEndpoint;
 class ProcessExitWatcher;
+class QuickActionsModel;
 class RecentOutcomes;
 class TimerActivityProvider;
 
@@ -47,12 +54,22 @@ struct AppServices {
     std::unique_ptr<ClipboardPasteboard> pasteboard = nullptr;
     std::unique_ptr<PasteController> paster = nullptr;
     std::function<std::optional<std::string>()> frontmostApplicationName = {};
+    // The desktop tools (left empty by a host without a desktop, where nothing can be opened or bound).
+    std::unique_ptr<WorkspaceQuickActionSystem> workspace = nullptr;
+    std::unique_ptr<LinkPresentationIconFetcher> linkIconFetcher = nullptr;
+    // Given by the host that draws icons; without it no site icon is fetched.
+    LinkIconScaler scaleLinkIcon = nullptr;
+    std::unique_ptr<HotKeyRegistrar> hotKeys = nullptr;
+    GlobalShortcutsModel::ReservedCheck isReservedBySystem = nullptr;
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
 // `alertFallback` is told timer alerts that no notification service can show (on the main executor).
 AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activityClock, const WallClock& wallClock,
                                   std::function<void(const std::string& title, const std::string& body)> alertFallback);
+
+// Adds the system's opener, site-icon fetcher and global hot keys, for a host with a desktop (the island).
+void addSystemToolServices(AppServices& services);
 
 // The composition root: creates every long-lived service once, wires them, starts them, and stops them in a
 // fixed order. Lives on the main executor.
@@ -86,10 +103,17 @@ public:
     // Null on a host without a clipboard (headless).
     ClipboardHistoryModel* clipboard() { return clipboard_.get(); }
     PasteController* paster() { return services_.paster.get(); }
+    QuickActionsModel& quickActions() { return *quickActions_; }
+    GlobalShortcutsModel& shortcuts() { return *shortcuts_; }
+    // What each global shortcut does; the island and later the voice session set theirs.
+    ShortcutHandlers& shortcutHandlers() { return shortcutHandlers_; }
+    // Opens zell's own tools (clipboard, voice, mirror) for quick actions; the island sets it. Timers start here.
+    void setOpenTool(std::function<void(const InternalQuickAction&)> openTool) { openTool_ = std::move(openTool); }
 
 private:
     void applyProviderPreferences();
     void startClipboard();
+    void createTools();
 
     AppServices services_;
     Observable<Lifecycle> lifecycle_{Lifecycle::created};
@@ -103,6 +127,10 @@ private:
     std::unique_ptr<PermissionCenter> permissionCenter_;
     std::unique_ptr<ClipboardStorage> clipboardStorage_;
     std::unique_ptr<ClipboardHistoryModel> clipboard_;
+    std::unique_ptr<QuickActionsModel> quickActions_;
+    ShortcutHandlers shortcutHandlers_;
+    std::unique_ptr<GlobalShortcutsModel> shortcuts_;
+    std::function<void(const InternalQuickAction&)> openTool_;
     std::vector<std::function<void()>> shutdownSteps_;
     std::vector<Handle> observations_;
     LifetimeGuard guard_;

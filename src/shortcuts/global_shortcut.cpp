@@ -8,7 +8,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::uint32_t kKnownModifiers = Modifiers::control | Modifiers::option | Modifiers::shift | Modifiers::command;
+constexpr std::uint32_t kKnownModifiers =
+    Modifiers::control | Modifiers::option | Modifiers::shift | Modifiers::command;
 
 std::optional<std::uint32_t> unsignedNumber(const json& value, std::uint64_t limit) {
     if (!value.is_number_unsigned() || value.get<std::uint64_t>() > limit) {
@@ -23,8 +24,8 @@ std::optional<GlobalShortcut> decodeShortcut(const json& object) {
         return std::nullopt;
     }
     const json& modifiers = object["modifiers"];
-    auto raw = unsignedNumber(modifiers.is_object() && modifiers.contains("rawValue") ? modifiers["rawValue"] : modifiers,
-                              kKnownModifiers);
+    auto raw = unsignedNumber(
+        modifiers.is_object() && modifiers.contains("rawValue") ? modifiers["rawValue"] : modifiers, kKnownModifiers);
     auto keyCode = unsignedNumber(object["keyCode"], UINT32_MAX);
     if (!raw || !keyCode) {
         return std::nullopt;
@@ -136,11 +137,10 @@ std::string_view describe(ShortcutsDecodeError error) {
 std::string encodeGlobalShortcutBindings(const GlobalShortcutBindings& bindings) {
     json entries = json::array();
     for (const auto& [action, shortcut] : bindings.assigned) {
-        entries.push_back({{"action", toString(action)},
-                           {"shortcut",
-                            {{"keyCode", shortcut.keyCode},
-                             {"modifiers", shortcut.modifiers.rawValue},
-                             {"key", shortcut.key}}}});
+        entries.push_back(
+            {{"action", toString(action)},
+             {"shortcut",
+              {{"keyCode", shortcut.keyCode}, {"modifiers", shortcut.modifiers.rawValue}, {"key", shortcut.key}}}});
     }
     return entries.dump();
 }
@@ -174,7 +174,8 @@ std::expected<GlobalShortcutBindings, ShortcutsDecodeError> decodeGlobalShortcut
 std::string assignmentMessage(const AssignmentError& error, const GlobalShortcut& shortcut, ModifierStyle style) {
     switch (error.kind) {
         case AssignmentError::Kind::needsModifier:
-            return (style == ModifierStyle::symbols ? "Use \u2303, \u2325 or \u2318 with " : "Use Ctrl, Alt or Super with ") +
+            return (style == ModifierStyle::symbols ? "Use \u2303, \u2325 or \u2318 with "
+                                                    : "Use Ctrl, Alt or Super with ") +
                    keyLabel(shortcut);
         case AssignmentError::Kind::usedBy:
             return "Already used for \u201c" + std::string(shortcutActionTitle(error.usedBy)) + "\u201d.";

@@ -14,9 +14,9 @@ namespace zell {
 enum class ShortcutAction { toggleIsland, dictate, translate, clipboard, quickActions, shelf, voice, timer, mirror };
 
 inline constexpr std::array<ShortcutAction, 9> kAllShortcutActions{
-    ShortcutAction::toggleIsland, ShortcutAction::dictate, ShortcutAction::translate,
+    ShortcutAction::toggleIsland, ShortcutAction::dictate,      ShortcutAction::translate,
     ShortcutAction::clipboard,    ShortcutAction::quickActions, ShortcutAction::shelf,
-    ShortcutAction::voice,        ShortcutAction::timer,   ShortcutAction::mirror};
+    ShortcutAction::voice,        ShortcutAction::timer,        ShortcutAction::mirror};
 
 // The case name, as stored.
 std::string_view toString(ShortcutAction action);

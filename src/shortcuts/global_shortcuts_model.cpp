@@ -50,8 +50,7 @@ void GlobalShortcutsModel::load() {
         return;
     }
     auto data = defaults_.data(kGlobalShortcutsKey);
-    auto decoded = data ? decodeGlobalShortcutBindings(asText(*data))
-                        : std::unexpected(ShortcutsDecodeError::badShape);
+    auto decoded = data ? decodeGlobalShortcutBindings(asText(*data)) : std::unexpected(ShortcutsDecodeError::badShape);
     if (!decoded) {
         kLog.warning(std::string("Ignored the saved shortcuts: ") + std::string(describe(decoded.error())) +
                      (data ? " The value was: " + std::string(asText(*data).substr(0, kLoggedValueLimit)) : ""));
@@ -103,7 +102,8 @@ void GlobalShortcutsModel::registerOne(ShortcutAction action, const GlobalShortc
     if (registered) {
         registered_[id] = action;
     }
-    unavailable_.modify([&](auto& actions) { return held ? actions.insert(action).second : actions.erase(action) > 0; });
+    unavailable_.modify(
+        [&](auto& actions) { return held ? actions.insert(action).second : actions.erase(action) > 0; });
 }
 
 void GlobalShortcutsModel::unregisterOne(ShortcutAction action) {

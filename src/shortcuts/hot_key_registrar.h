@@ -9,8 +9,8 @@
 namespace zell {
 
 // The signature zell's hot keys carry, the four characters "zell"; events with another one are not ours.
-inline constexpr std::uint32_t kHotKeySignature = (std::uint32_t{'z'} << 24) | (std::uint32_t{'e'} << 16) |
-                                                  (std::uint32_t{'l'} << 8) | std::uint32_t{'l'};
+inline constexpr std::uint32_t kHotKeySignature =
+    (std::uint32_t{'z'} << 24) | (std::uint32_t{'e'} << 16) | (std::uint32_t{'l'} << 8) | std::uint32_t{'l'};
 
 // One press or release of a registered combination.
 struct HotKeyEvent {

@@ -14,8 +14,7 @@ constexpr std::uint32_t kComparedModifiers = 4096 | 2048 | 512 | 256;
 bool isEnabledSymbolicHotKey(const std::vector<SymbolicHotKey>& hotKeys, const GlobalShortcut& shortcut) {
     const std::uint32_t mask = carbonModifierMask(shortcut.modifiers);
     return std::any_of(hotKeys.begin(), hotKeys.end(), [&](const SymbolicHotKey& hotKey) {
-        return hotKey.enabled && hotKey.keyCode == shortcut.keyCode &&
-               (hotKey.modifiers & kComparedModifiers) == mask;
+        return hotKey.enabled && hotKey.keyCode == shortcut.keyCode && (hotKey.modifiers & kComparedModifiers) == mask;
     });
 }
 

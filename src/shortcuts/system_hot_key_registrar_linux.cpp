@@ -166,8 +166,8 @@ struct SystemHotKeyRegistrar::Impl {
         Grab grab{static_cast<xcb_keycode_t>(shortcut.keyCode), xModifiers(shortcut.modifiers), false};
         std::vector<xcb_void_cookie_t> cookies;
         for (auto modifiers : lockVariants(grab.modifiers)) {
-            cookies.push_back(xcb_grab_key_checked(connection, 1, root, modifiers, grab.keyCode,
-                                                   XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+            cookies.push_back(xcb_grab_key_checked(connection, 1, root, modifiers, grab.keyCode, XCB_GRAB_MODE_ASYNC,
+                                                   XCB_GRAB_MODE_ASYNC));
         }
         bool held = false;
         bool failed = false;

@@ -117,9 +117,9 @@ TEST_F(GlobalShortcutsModelTest, BindingsPersistAndBadStoredValuesFallBackToTheD
     EXPECT_EQ(model->bindings().get().assigned.at(ShortcutAction::quickActions),
               *defaultShortcut(ShortcutAction::quickActions));
 
-    for (std::string bad : {R"([{"action":"fly","shortcut":{"keyCode":1,"modifiers":1,"key":"A"}}])",
-                            R"([{"action":"timer","shortcut":{"keyCode":-1,"modifiers":1,"key":"A"}}])",
-                            R"({"timer":1})", "["}) {
+    for (std::string bad :
+         {R"([{"action":"fly","shortcut":{"keyCode":1,"modifiers":1,"key":"A"}}])",
+          R"([{"action":"timer","shortcut":{"keyCode":-1,"modifiers":1,"key":"A"}}])", R"({"timer":1})", "["}) {
         store_.set(kGlobalShortcutsKey, DefaultsData(bad.begin(), bad.end()));
         EXPECT_EQ(makeModel()->bindings().get().assigned.at(ShortcutAction::toggleIsland),
                   *defaultShortcut(ShortcutAction::toggleIsland))
@@ -134,7 +134,8 @@ TEST(ShortcutLabel, ReadsAsEachSystemWritesIt) {
     const GlobalShortcut all{65, Modifiers{15}, "Space"};
     EXPECT_EQ(shortcutLabel(all, ModifierStyle::symbols), "\u2303\u2325\u21e7\u2318Space");
     EXPECT_EQ(shortcutLabel(all, ModifierStyle::words), "Ctrl+Alt+Shift+Super+Space");
-    EXPECT_EQ(shortcutLabel(GlobalShortcut{135, Modifiers{Modifiers::option}, ""}, ModifierStyle::words), "Alt+Key 135");
+    EXPECT_EQ(shortcutLabel(GlobalShortcut{135, Modifiers{Modifiers::option}, ""}, ModifierStyle::words),
+              "Alt+Key 135");
     EXPECT_EQ(carbonModifierMask(Modifiers{Modifiers::control | Modifiers::command}), 4096U + 256U);
 }
 

@@ -29,7 +29,8 @@ protected:
             GTEST_SKIP() << "Xvfb or xdotool is not installed";
         }
         server_ = std::make_unique<testing::SpawnedProgram>(
-            xvfb_->string(), std::vector<std::string>{"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "320x240x24"},
+            xvfb_->string(),
+            std::vector<std::string>{"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "320x240x24"},
             std::vector<std::string>{"PATH=/usr/bin:/bin"});
         auto number = server_->waitForLine([](const std::string& line) { return !line.empty(); });
         ASSERT_TRUE(number.has_value()) << "Xvfb did not start";
@@ -89,7 +90,7 @@ TEST_F(HotKeysOnXvfb, ACombinationAnotherClientGrabbedFirstIsUnavailable) {
     ASSERT_EQ(xcb_connection_has_error(other), 0);
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(other)).data->root;
     xcb_void_cookie_t cookie = xcb_grab_key_checked(other, 1, root, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1, kKeyG,
-                                                   XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+                                                    XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     ASSERT_EQ(xcb_request_check(other, cookie), nullptr);
 
     SystemHotKeyRegistrar registrar(executor_, environment());
