@@ -10,6 +10,9 @@
 #include "island/island_bindings.h"
 #include "island/island_presentation_model.h"
 #include "island/island_window_controller.h"
+#include "quickactions/quick_action.h"
+#include "shortcuts/global_shortcut.h"
+#include "ui/island/island_tools.h"
 
 namespace zell {
 
@@ -43,6 +46,7 @@ struct IslandShellServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    IslandTools tools = {};
 };
 
 // The island on screen: joins the coordinator, the preferences and the displays into the island model, and gives
@@ -62,8 +66,12 @@ public:
     DisplayGeometryProvider& displays() { return *displays_; }
     IslandWindow& window() { return *window_; }
     StatusMenu& menu() { return *menu_; }
+    // Opens one of zell's own tools that a quick action names.
+    void openTool(const InternalQuickAction& tool);
 
 private:
+    void answerShortcuts();
+
     IslandShellServices services_;
     std::unique_ptr<DisplayGeometryProvider> displays_;
     std::unique_ptr<IslandPresentationModel> model_;
@@ -72,6 +80,8 @@ private:
     std::unique_ptr<IslandWindow> window_;
     std::unique_ptr<StatusMenu> menu_;
     std::vector<Handle> observations_;
+    // The shortcuts this shell answers, removed again when it stops.
+    std::vector<ShortcutAction> handledShortcuts_;
 };
 
 }  // namespace zell

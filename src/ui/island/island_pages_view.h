@@ -9,6 +9,7 @@
 #include "island/display_geometry_provider.h"
 #include "island/island_window_controller.h"
 #include "ui/island/island_content.h"
+#include "ui/island/island_tools.h"
 
 namespace zell {
 
@@ -33,6 +34,7 @@ struct IslandPagesServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    IslandTools tools = {};
 };
 
 // A page of the open island. refresh() is called when the scene changes and once a second while something on

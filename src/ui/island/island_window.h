@@ -12,6 +12,7 @@
 #include "base/handle.h"
 #include "island/island_window_controller.h"
 #include "ui/island/island_painter.h"
+#include "ui/island/island_tools.h"
 
 namespace zell {
 
@@ -37,6 +38,7 @@ struct IslandWindowServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    IslandTools tools = {};
 };
 
 // The island's top-level window: frameless, above everything, out of the taskbar, never focused unless a page

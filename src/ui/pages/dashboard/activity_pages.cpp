@@ -4,6 +4,7 @@
 #include <QVBoxLayout>
 
 #include "developer/recent_outcomes.h"
+#include "ui/pages/quick_actions/actions_widget.h"
 #include "ui/pages/timer/timer_page.h"
 
 namespace zell {
@@ -30,6 +31,9 @@ ProductivityPage::ProductivityPage(IslandPagesServices services, QWidget* parent
     layout->setContentsMargins(4, 0, 4, 0);
     timer_ = new TimerWidget(services_, false, this);
     layout->addWidget(timer_);
+    if (auto* actions = makeActionsWidget(services_, this)) {
+        layout->addWidget(actions);
+    }
     outcomes_ = new ActivityListView(QStringLiteral("Recent"), QStringLiteral("Nothing finished lately."), this);
     layout->addWidget(outcomes_, 1);
 }

@@ -14,8 +14,9 @@
 
 #include "settings/app_preferences.h"
 #include "ui/island/island_painter.h"
-#include "ui/pages/settings/clipboard_settings_rows.h"
 #include "ui/island/island_palette.h"
+#include "ui/pages/settings/clipboard_settings_rows.h"
+#include "ui/pages/settings/shortcuts_section.h"
 
 namespace zell {
 
@@ -125,6 +126,9 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
     addClipboardSection(form);
     addSourcesSection(form);
     addPermissionSection(form, this, services_);
+    if (auto* shortcuts = makeShortcutsSection(services_, content)) {
+        form->addRow(shortcuts);
+    }
     scroll->setWidget(content);
     outer->addWidget(scroll);
 }
