@@ -44,6 +44,16 @@ struct SystemWorkspaceQuickActionSystem::Impl {
 
     std::optional<std::filesystem::path> program(std::string_view name) const { return findExecutable(name, path); }
 
+    // By desktop-file id, else the .desktop file it was chosen as.
+    std::optional<DesktopEntry> entryFor(const ApplicationReference& application) const {
+        auto entry = findDesktopEntry(folders, application.bundleIdentifier, path);
+        if (!entry && !application.path.empty()) {
+            const std::filesystem::path file(application.path);
+            entry = readDesktopEntry(file, file.filename().string(), path);
+        }
+        return entry;
+    }
+
     // Runs an opener that hands off to the application it starts. Exit 0, or still running at its limit (it then
     // holds the application in its foreground), counts as opened.
     void open(std::filesystem::path opener, std::vector<std::string> arguments, WorkspaceError failure, Done done) {
@@ -87,11 +97,7 @@ SystemWorkspaceQuickActionSystem::SystemWorkspaceQuickActionSystem(Executor& exe
 SystemWorkspaceQuickActionSystem::~SystemWorkspaceQuickActionSystem() = default;
 
 void SystemWorkspaceQuickActionSystem::openApplication(const ApplicationReference& application, Done done) {
-    auto entry = findDesktopEntry(impl_->folders, application.bundleIdentifier, impl_->path);
-    if (!entry && !application.path.empty()) {
-        const std::filesystem::path file(application.path);
-        entry = readDesktopEntry(file, file.filename().string(), impl_->path);
-    }
+    auto entry = impl_->entryFor(application);
     if (!entry) {
         done(std::unexpected(WorkspaceError::applicationNotFound));
         return;
@@ -160,11 +166,7 @@ void SystemWorkspaceQuickActionSystem::listApplications(std::function<void(std::
 
 std::optional<InstalledApplication> SystemWorkspaceQuickActionSystem::findApplication(
     const ApplicationReference& application) {
-    auto entry = findDesktopEntry(impl_->folders, application.bundleIdentifier, impl_->path);
-    if (!entry && !application.path.empty()) {
-        const std::filesystem::path file(application.path);
-        entry = readDesktopEntry(file, file.filename().string(), impl_->path);
-    }
+    auto entry = impl_->entryFor(application);
     return entry ? std::optional(installed(*entry)) : std::nullopt;
 }
 

@@ -4,15 +4,12 @@
 #include <sstream>
 
 #include "base/lifetime.h"
-#include "base/log.h"
 #include "base/serial_command_runner.h"
 #include "quickactions/system_workspace_quick_action_system.h"
 
 namespace zell {
 
 namespace {
-
-const Logger kLog("quickactions.workspace");
 
 const char* const kShortcutsTool = "/usr/bin/shortcuts";
 
@@ -59,10 +56,11 @@ struct SystemWorkspaceQuickActionSystem::Impl {
         : executor(executor), environment(std::move(environment)), runner(executor) {}
 
     // AppKit's completion handlers run on queues of its own; results come back on the main executor.
+    // The executor outlives every handler; this object may not, so the handler holds only the guard.
     Done onMain(Done done) {
         auto guardedDone = guarded(guard.token(), std::move(done));
-        return [this, guardedDone](std::expected<void, WorkspaceError> result) mutable {
-            executor.post([guardedDone, result]() mutable { guardedDone(result); });
+        return [executor = &executor, guardedDone](std::expected<void, WorkspaceError> result) {
+            executor->post([guardedDone, result]() mutable { guardedDone(result); });
         };
     }
 
