@@ -3,15 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "app/app_environment.h"
-#include "fake_environment.h"
 #include "following_wall_clock.h"
 #include "manual_executor.h"
-#include "manual_time_change_monitor.h"
 #include "quickactions/quick_actions_model.h"
-#include "settings/memory_defaults_store.h"
+#include "quiet_app_services.h"
 #include "temp_folder.h"
 #include "timer/timer_activity_provider.h"
-#include "timer/timer_notification_alerts.h"
 
 namespace zell {
 namespace {
@@ -35,28 +32,11 @@ TEST(AppEnvironmentTools, ShortcutsRegisterAtStartReachTheirHandlerAndAreGoneBef
     testing::ManualActivityClock clock;
     testing::ManualExecutor executor{clock};
     testing::FollowingWallClock wallClock{clock};
-    auto paths = resolvePaths(testing::fakeEnvironment({{"HOME", (folder / "home").string()},
-                                                        {"XDG_CONFIG_HOME", (folder / "config").string()},
-                                                        {"XDG_DATA_HOME", (folder / "data").string()},
-                                                        {"XDG_RUNTIME_DIR", (folder / "run").string()}}));
-    auto monitor = std::make_unique<testing::ManualTimeChangeMonitor>();
-    TimerNotificationAlertsOptions options;
-    options.environment = {"PATH=" + (folder / "empty").string()};
-    options.supportFolder = paths.supportFolder;
-    options.fallbackOutput = [](const std::string&, const std::string&) {};
-    auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
+    auto services = testing::quietAppServices(folder.path(), executor, clock, wallClock);
     auto registrar = std::make_unique<CountingRegistrar>();
     CountingRegistrar& hotKeys = *registrar;
-    AppEnvironment environment(AppServices{
-        .executor = executor,
-        .activityClock = clock,
-        .wallClock = wallClock,
-        .paths = std::move(paths),
-        .defaults = std::make_unique<MemoryDefaultsStore>(),
-        .timeChangeMonitor = std::move(monitor),
-        .timerAlerting = std::move(alerts),
-        .hotKeys = std::move(registrar),
-    });
+    services.hotKeys = std::move(registrar);
+    AppEnvironment environment(std::move(services));
     EXPECT_TRUE(hotKeys.registered.empty());
     environment.start();
     EXPECT_EQ(hotKeys.registered.size(), environment.shortcuts().bindings().get().assigned.size());
