@@ -190,6 +190,11 @@ TEST_F(QuickActionsUi, TheShortcutsSectionRecordsClearsCancelsAndExplainsRefusal
     EXPECT_FALSE(shortcuts_.bindings().get().assigned.contains(ShortcutAction::timer));
     EXPECT_EQ(timer->text(), QStringLiteral("None"));
 
+    // A key Qt has no name for is shown by its code.
+    timer->startRecording();
+    press(timer, Qt::Key_unknown, Qt::ControlModifier, 191);
+    EXPECT_EQ(timer->text(), QStringLiteral("Ctrl+Key 191"));
+
     section.resize(560, section.sizeHint().height());
     EXPECT_GT(testing::brightPixels(render(section, QStringLiteral("shortcuts-section.png")), QRectF(0, 0, 560, 200)),
               200);

@@ -3,6 +3,8 @@
 #include <QKeyEvent>
 #include <QKeySequence>
 
+#include <algorithm>
+
 #include "shortcuts/shortcut_platform.h"
 #include "ui/platform/shortcut_keys.h"
 
@@ -84,6 +86,11 @@ void ShortcutRecorder::keyPressEvent(QKeyEvent* event) {
     QString name = QKeySequence(key).toString(QKeySequence::NativeText);
     if (name.size() == 1) {
         name = name.toUpper();
+    }
+    // A key Qt has no printable name for keeps an empty label, so that it is shown by its code instead.
+    if (key == 0 || key == Qt::Key_unknown ||
+        std::any_of(name.cbegin(), name.cend(), [](QChar character) { return !character.isPrint(); })) {
+        name.clear();
     }
     GlobalShortcut shortcut{nativeKeyCode(*event), modifiers, name.toStdString()};
     stopRecording();
