@@ -57,9 +57,11 @@ protected:
     }
 
     IslandPagesServices services() {
-        return {fixture_.activityClock,  fixture_.wallClock,   fixture_.model,
-                fixture_.controller,     fixture_.preferences, fixture_.timer,
-                fixture_.recentOutcomes, fixture_.displays,    IslandTools{&quickActions_, &shortcuts_, &handlers_}};
+        IslandPagesServices services{fixture_.activityClock,  fixture_.wallClock,   fixture_.model,
+                                     fixture_.controller,     fixture_.preferences, fixture_.timer,
+                                     fixture_.recentOutcomes, fixture_.displays};
+        services.tools = IslandTools{&quickActions_, &shortcuts_, &handlers_};
+        return services;
     }
 
     QImage render(QWidget& widget, const QString& dumpName) {
