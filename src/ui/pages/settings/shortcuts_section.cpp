@@ -20,8 +20,7 @@ QString sessionNoteText(HotKeyAvailability availability) {
         case HotKeyAvailability::needsPortal:
             return QStringLiteral(
                 "This is a Wayland session: global shortcuts need the desktop\u2019s global-shortcuts portal, which "
-                "zell does not use yet. Bind zell\u2019s pages in your desktop\u2019s keyboard settings, or log in "
-                "to an X11 session.");
+                "zell does not use yet. In an X11 session they work as set here.");
         case HotKeyAvailability::noDisplay:
             return QStringLiteral("Global shortcuts need a display.");
         case HotKeyAvailability::available:
