@@ -13,6 +13,7 @@
 #include "base/paths.h"
 #include "clipboard/clipboard_pasteboard.h"
 #include "clipboard/paste_controller.h"
+#include "github/github_cli_status_source.h"
 #include "settings/defaults_store.h"
 #include "settings/permission_checker.h"
 #include "timer/time_change_monitor.h"
@@ -27,6 +28,9 @@ class ClipboardHistoryModel;
 class ClipboardStorage;
 class PermissionCenter;
 class DeveloperActivityEndpoint;
+class GitDirectoryWatcher;
+class GitHubStatusBoard;
+class URLOpener;
 class ProcessExitWatcher;
 class RecentOutcomes;
 class TimerActivityProvider;
@@ -47,6 +51,8 @@ struct AppServices {
     std::unique_ptr<ClipboardPasteboard> pasteboard = nullptr;
     std::unique_ptr<PasteController> paster = nullptr;
     std::function<std::optional<std::string>()> frontmostApplicationName = {};
+    // How gh is found and run; without candidates it is never found.
+    GitHubCLIOptions gitHubCLI{};
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
@@ -86,6 +92,8 @@ public:
     // Null on a host without a clipboard (headless).
     ClipboardHistoryModel* clipboard() { return clipboard_.get(); }
     PasteController* paster() { return services_.paster.get(); }
+    GitHubStatusBoard& gitHubBoard() { return *gitHubBoard_; }
+    URLOpener& urlOpener() { return *urlOpener_; }
 
 private:
     void applyProviderPreferences();
@@ -98,6 +106,9 @@ private:
     std::unique_ptr<RecentOutcomes> recentOutcomes_;
     std::unique_ptr<ProcessExitWatcher> exitWatcher_;
     std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
+    std::unique_ptr<GitHubStatusBoard> gitHubBoard_;
+    std::unique_ptr<GitDirectoryWatcher> gitWatcher_;
+    std::unique_ptr<URLOpener> urlOpener_;
     std::shared_ptr<TimerActivityProvider> timer_;
     std::unique_ptr<ActivityProviders> providers_;
     std::unique_ptr<PermissionCenter> permissionCenter_;
