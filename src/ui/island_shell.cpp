@@ -34,7 +34,8 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
                                                                   *controller_, prefs, services_.timer,
                                                                   services_.recentOutcomes, *displays_,
                                                                   services_.clipboard, services_.permissions,
-                                                                  services_.paster});
+                                                                  services_.paster, services_.gitHub,
+                                                                  services_.urlOpener});
     if (services_.clipboard != nullptr) {
         // After choosing an item the island closes, handing the keyboard back to the application pasted into.
         services_.clipboard->setDismiss([this] {

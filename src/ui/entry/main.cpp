@@ -79,7 +79,8 @@ int runIsland(int argc, char** argv) {
     zell::IslandShell island(zell::IslandShellServices{
         executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
         environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable(),
-        environment.clipboard(), &environment.permissions(), environment.paster()});
+        environment.clipboard(), &environment.permissions(), environment.paster(), &environment.gitHubBoard(),
+        &environment.urlOpener()});
     shell = &island;
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });

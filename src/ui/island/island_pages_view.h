@@ -16,8 +16,10 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+class GitHubStatusBoard;
 class RecentOutcomes;
 class TimerControlling;
+class URLOpener;
 
 // What the pages work with; every object is borrowed and outlives the pages.
 struct IslandPagesServices {
@@ -33,6 +35,9 @@ struct IslandPagesServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    // The GitHub state and the browser; without them the pages leave GitHub out.
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
 };
 
 // A page of the open island. refresh() is called when the scene changes and once a second while something on

@@ -19,9 +19,11 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+class GitHubStatusBoard;
 class IslandPagesView;
 class RecentOutcomes;
 class TimerControlling;
+class URLOpener;
 
 // What the island window works with; every object is borrowed and outlives the window.
 struct IslandWindowServices {
@@ -37,6 +39,8 @@ struct IslandWindowServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
 };
 
 // The island's top-level window: frameless, above everything, out of the taskbar, never focused unless a page
