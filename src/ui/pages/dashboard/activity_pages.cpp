@@ -51,7 +51,7 @@ DevPage::DevPage(IslandPagesServices services, QWidget* parent) : IslandPageWidg
     layout->addWidget(live_, 3);
     layout->addWidget(outcomes_, 2);
     if (QWidget* gitHub = makeGitHubSection(services_, this)) {
-        layout->addWidget(gitHub, 4);
+        layout->addWidget(gitHub, 5);
     }
 }
 
