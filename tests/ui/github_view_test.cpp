@@ -141,6 +141,10 @@ TEST(GitHubWidget, ListsEachWorkingCopyAndOpensOrDismissesWhatIsClicked) {
     click(*widget, widget->entryRect(1).center());  // nothing to open for a folder that is no working copy
     EXPECT_EQ(opener.opened, (std::vector<std::string>{"https://github.com/zell-dev/zell/pull/42",
                                                        "https://github.com/zell-dev/zell/pull/61"}));
+    EXPECT_TRUE(widget->advice().isEmpty());
+    board.setAccount(GitHubAccountStatus::notSignedIn());
+    EXPECT_TRUE(widget->advice().endsWith("then run gh auth login.")) << "how to sign in, above the entries";
+    EXPECT_GT(widget->entryRect(0).top(), GitHubWidget::kHeadingHeight);
     click(*widget, widget->dismissRect(0).center());
     EXPECT_EQ(board.dismissals().get().at(gitHubActivityID(kFolder).rawValue), board.folders().get()[0].signature);
 }

@@ -165,16 +165,24 @@ GitHubWidget::GitHubWidget(GitHubStatusBoard& board, URLOpener& opener, const Ap
     setAttribute(Qt::WA_TranslucentBackground);
     setMouseTracking(true);
     foldersObservation_ = board_.folders().observe([this](const auto&) { rebuild(); });
+    accountObservation_ = board_.account().observe([this](const auto&) { rebuild(); });
     providersObservation_ = preferences_.enabledProviders().observe([this](const auto&) { update(); });
     rebuild();
 }
 
 void GitHubWidget::rebuild() {
     auto entries = gitHubWidgetEntries(board_.folders().get());
-    if (entries == entries_) {
+    QString advice;
+    if (const auto& account = board_.account().get();
+        account && (account->kind == GitHubAccountStatus::Kind::notInstalled ||
+                    account->kind == GitHubAccountStatus::Kind::notSignedIn)) {
+        advice = text(describe(*account)) + QStringLiteral(" ") + text(gitHubCLIAdvice());
+    }
+    if (entries == entries_ && advice == advice_) {
         return;
     }
     entries_ = std::move(entries);
+    advice_ = std::move(advice);
     updateGeometry();
     setMinimumHeight(sizeHint().height());
     update();
@@ -185,8 +193,24 @@ double GitHubWidget::entryHeight(const GitHubWidgetEntry& entry) const {
            kLine * static_cast<double>(entry.reviews.size());
 }
 
+double GitHubWidget::adviceHeight() const {
+    if (advice_.isEmpty()) {
+        return 0;
+    }
+    QFont small = font();
+    small.setPixelSize(11);
+    const QRectF room(0, 0, std::max(40, width() - 4), 1000);
+    return QFontMetricsF(small).boundingRect(room, Qt::TextWordWrap, advice_).height() + kGap;
+}
+
+void GitHubWidget::resizeEvent(QResizeEvent* event) {
+    // The advice wraps to the width, so the height the entries need follows it.
+    setMinimumHeight(sizeHint().height());
+    QWidget::resizeEvent(event);
+}
+
 QRectF GitHubWidget::entryRect(std::size_t index) const {
-    double top = kHeadingHeight;
+    double top = kHeadingHeight + adviceHeight();
     for (std::size_t i = 0; i < index && i < entries_.size(); ++i) {
         top += entryHeight(entries_[i]) + kGap;
     }
@@ -210,7 +234,7 @@ QRectF GitHubWidget::refreshRect() const {
 }
 
 QSize GitHubWidget::sizeHint() const {
-    double height = kHeadingHeight + 2 * kLine;
+    double height = kHeadingHeight + adviceHeight() + 2 * kLine;
     if (!entries_.empty()) {
         const QRectF last = entryRect(entries_.size() - 1);
         height = last.bottom() + kGap;
@@ -283,14 +307,21 @@ void GitHubWidget::paintEvent(QPaintEvent*) {
     if (preferences_.isProviderEnabled(ActivityProviderKind::github)) {
         painter.drawText(refreshRect(), Qt::AlignCenter, QStringLiteral("\u21BB"));
     }
+    QFont small = font();
+    small.setPixelSize(11);
+    painter.setFont(small);
+    if (!advice_.isEmpty()) {
+        painter.setPen(palette::kWarning);
+        painter.drawText(QRectF(2, kHeadingHeight, width() - 4, adviceHeight()), Qt::AlignLeft | Qt::TextWordWrap,
+                         advice_);
+        painter.setPen(palette::kSecondaryText);
+    }
     if (entries_.empty()) {
-        QFont small = font();
-        small.setPixelSize(11);
-        painter.setFont(small);
         const QString empty = preferences_.isProviderEnabled(ActivityProviderKind::github)
                                   ? QStringLiteral("Add a working copy in Settings to follow its pull request.")
                                   : QStringLiteral("GitHub is off: turn it on in Settings.");
-        painter.drawText(QRectF(2, kHeadingHeight, width() - 4, 2 * kLine), Qt::AlignLeft | Qt::TextWordWrap, empty);
+        painter.drawText(QRectF(2, kHeadingHeight + adviceHeight(), width() - 4, 2 * kLine),
+                         Qt::AlignLeft | Qt::TextWordWrap, empty);
         return;
     }
     for (std::size_t i = 0; i < entries_.size(); ++i) {

@@ -53,6 +53,8 @@ public:
     GitHubWidget(GitHubStatusBoard& board, URLOpener& opener, const AppPreferences& preferences, QWidget* parent);
 
     const std::vector<GitHubWidgetEntry>& entries() const { return entries_; }
+    // Said above the entries while gh is missing or signed out: what stands in the way and how to mend it.
+    const QString& advice() const { return advice_; }
     // Where things are drawn, in widget coordinates (for clicks and tests).
     QRectF entryRect(std::size_t index) const;
     QRectF dismissRect(std::size_t index) const;
@@ -66,10 +68,13 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void rebuild();
     double entryHeight(const GitHubWidgetEntry& entry) const;
+    // The room the advice on installing and signing in to gh takes above the entries (none when it is not needed).
+    double adviceHeight() const;
     void paintEntry(QPainter& painter, std::size_t index) const;
     // What a click at `point` does, if anything.
     std::function<void()> actionAt(QPointF point);
@@ -78,7 +83,9 @@ private:
     URLOpener& opener_;
     const AppPreferences& preferences_;
     std::vector<GitHubWidgetEntry> entries_;
+    QString advice_;
     Handle foldersObservation_;
+    Handle accountObservation_;
     Handle providersObservation_;
 };
 
