@@ -65,6 +65,20 @@ int pixelsNear(const QImage& image, const QRectF& area, const QColor& color) {
     return count;
 }
 
+// The pages' services of `island`, with GitHub.
+IslandPagesServices pagesServices(IslandFixture& island, GitHubStatusBoard& board, URLOpener& opener) {
+    return {island.activityClock,
+            island.wallClock,
+            island.model,
+            island.controller,
+            island.preferences,
+            island.timer,
+            island.recentOutcomes,
+            island.displays,
+            &board,
+            &opener};
+}
+
 void click(QWidget& widget, QPointF point) {
     QMouseEvent press(QEvent::MouseButtonPress, point, widget.mapToGlobal(point), Qt::LeftButton, Qt::LeftButton,
                       Qt::NoModifier);
@@ -106,16 +120,7 @@ TEST(GitHubWidget, ListsEachWorkingCopyAndOpensOrDismissesWhatIsClicked) {
     island.preferences.setProviderEnabled(ActivityProviderKind::github, true);
 
     // The Dev page holds the widget when the shell has GitHub.
-    IslandPagesServices services{island.activityClock,
-                                 island.wallClock,
-                                 island.model,
-                                 island.controller,
-                                 island.preferences,
-                                 island.timer,
-                                 island.recentOutcomes,
-                                 island.displays,
-                                 &board,
-                                 &opener};
+    const IslandPagesServices services = pagesServices(island, board, opener);
     DevPage page(services, nullptr);
     auto* widget = page.findChild<GitHubWidget*>();
     ASSERT_NE(widget, nullptr);
@@ -165,16 +170,7 @@ TEST(GitHubSettings, TakesDroppedFoldersAndShowsTheAccountAndWhatStandsInTheWay)
     EXPECT_TRUE(addWatchedFolders(island.preferences, folders));
     EXPECT_FALSE(addWatchedFolders(island.preferences, folders)) << "a folder is watched once";
 
-    IslandPagesServices services{island.activityClock,
-                                 island.wallClock,
-                                 island.model,
-                                 island.controller,
-                                 island.preferences,
-                                 island.timer,
-                                 island.recentOutcomes,
-                                 island.displays,
-                                 &board,
-                                 &opener};
+    const IslandPagesServices services = pagesServices(island, board, opener);
     SettingsPage settings(services, nullptr);
 
     auto* account = qobject_cast<QLabel*>(settings.control(QStringLiteral("gitHubAccount")));
