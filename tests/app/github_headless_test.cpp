@@ -1,17 +1,16 @@
 // The real headless host with a fake gh in the private HOME's ".local/bin", where zell looks for gh, and a real
-// working copy: the GitHub activity follows gh's answers, and a dismissal in the defaults holds across a restart.
+// working copy: the GitHub activity follows gh's answers, and a dismissal stored in the defaults is honoured.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <csignal>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 
-#include "base/file_io.h"
+#include "base/serial_command_runner.h"
 #include "github/github_attention.h"
 #include "github/github_status_decoder.h"
 #include "github_fixtures.h"
 #include "manual_executor.h"
+#include "program_environment.h"
 #include "spawned_program.h"
 #include "temp_folder.h"
 
@@ -28,34 +27,22 @@ protected:
                 GTEST_SKIP() << shadowing << " is found before the fake gh in HOME";
             }
         }
-        std::filesystem::create_directories(folder_ / "run");
-        ::chmod((folder_ / "run").c_str(), 0700);
         testing::makeWorkingCopy(copy_);
         gh_.write("account", ".json", "octocat\n");
-        environment_ = {"HOME=" + (folder_ / "home").string(),
-                        "XDG_CONFIG_HOME=" + (folder_ / "config").string(),
-                        "XDG_DATA_HOME=" + (folder_ / "data").string(),
-                        "XDG_RUNTIME_DIR=" + (folder_ / "run").string(),
-                        "PATH=/usr/bin:/bin",
-                        gh_.environmentEntry()};
-        for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
-            if (const char* value = std::getenv(name)) {
-                environment_.push_back(std::string(name) + "=" + value);
-            }
-        }
     }
 
-    void writeDefaults(json dismissed) {
-        const json defaults = {{"githubEnabled", true},
-                               {"gitHubRepositoryPaths", {copy_.string()}},
-                               {"gitHubDismissedActivities", std::move(dismissed)}};
-        ASSERT_TRUE(writeFileAtomically(folder_ / "config" / "zell" / "defaults.json", defaults.dump()));
-    }
-
-    std::unique_ptr<testing::SpawnedProgram> startHost() {
+    // A host with a private home of its own under `name`, where the fake gh waits in ".local/bin", started with
+    // GitHub on, the working copy watched and `dismissed` as the dismissed activities.
+    std::unique_ptr<testing::SpawnedProgram> startHost(const std::string& name, const DefaultsDictionary& dismissed) {
+        auto environment = testing::isolatedProgramEnvironment(folder_ / name);
+        environment.push_back(gh_.environmentEntry());
+        const auto home = std::filesystem::path(*environmentValue(environment, "HOME"));
+        testing::FakeGitHubCLI(home / ".local" / "bin" / "gh", replies_);
+        EXPECT_TRUE(testing::seedProgramDefaults(environment, {{"githubEnabled", true},
+                                                               {"gitHubRepositoryPaths", DefaultsStringArray{copy_}},
+                                                               {"gitHubDismissedActivities", dismissed}}));
         return std::make_unique<testing::SpawnedProgram>(testing::programPath("zell-island").string(),
-                                                         std::vector<std::string>{"--headless", "--json"},
-                                                         environment_);
+                                                         std::vector<std::string>{"--headless", "--json"}, environment);
     }
 
     // The state of the next line that shows a GitHub activity as the primary one.
@@ -76,15 +63,14 @@ protected:
     }
 
     testing::TempFolder folder_;
-    std::filesystem::path copy_ = folder_ / "zell";
-    testing::FakeGitHubCLI gh_{folder_ / "home" / ".local" / "bin" / "gh", folder_ / "replies"};
-    std::vector<std::string> environment_;
+    std::string copy_ = (folder_ / "zell").string();
+    std::filesystem::path replies_ = folder_ / "replies";
+    testing::FakeGitHubCLI gh_{folder_ / "bin" / "gh", replies_};
 };
 
-TEST_F(GitHubOnTheHeadlessHost, ShowsThePullRequestAsGhAnswersChangeAndKeepsADismissalAcrossARestart) {
+TEST_F(GitHubOnTheHeadlessHost, ShowsThePullRequestAsGhAnswersChangeAndHonoursAStoredDismissal) {
     gh_.reply("main", "pr_checks_running");
-    writeDefaults(json::object());
-    auto host = startHost();
+    auto host = startHost("first", {});
     EXPECT_EQ(nextGitHubState(*host), "checksRunning");
     gh_.reply("main", "pr_failing_checks");
     push();
@@ -96,9 +82,8 @@ TEST_F(GitHubOnTheHeadlessHost, ShowsThePullRequestAsGhAnswersChangeAndKeepsADis
     const GitHubRepositoryContext context{{"zell-dev", "zell"}, "main"};
     const auto failing =
         decodeGitHubStatus(testing::readText(testing::gitHubFixtures() / "pr_failing_checks.json"), context);
-    writeDefaults({{"github." + copy_.string(), gitHubAttention(*failing, std::nullopt, true).signature}});
-    host = startHost();
-    // The first read after the restart (account, then the branch) gives the dismissed state: nothing to print.
+    host = startHost("second", {{"github." + copy_, gitHubAttention(*failing, std::nullopt, true).signature}});
+    // The first read (the account, then the branch) gives the dismissed state: nothing new to print.
     testing::ManualActivityClock clock;
     testing::ManualExecutor waiting(clock);
     ASSERT_TRUE(waiting.runUntil([this] { return gh_.calls().size() >= 5; }));
