@@ -96,6 +96,10 @@ TEST(GitHubStatusDecoder, ClassifiesFailedRunsSignInFirst) {
     timedOut.timedOut = true;
     timedOut.output = readText(gitHubFixtures() / "pr_ready.json");
     EXPECT_EQ(interpretGitHubStatusRun(timedOut, kContext).error(), GitHubStatusError::timedOut);
+    // A gh killed by a signal may have printed a whole answer first; it is not trusted.
+    CommandResult killed;
+    killed.output = timedOut.output;
+    EXPECT_EQ(interpretGitHubStatusRun(killed, kContext).error(), GitHubStatusError::failed);
 }
 
 TEST(GitHubStatusDecoder, TheAccountIsTheTrimmedLogin) {

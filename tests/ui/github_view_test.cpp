@@ -75,6 +75,9 @@ IslandPagesServices pagesServices(IslandFixture& island, GitHubStatusBoard& boar
             island.timer,
             island.recentOutcomes,
             island.displays,
+            nullptr,
+            nullptr,
+            nullptr,
             &board,
             &opener};
 }

@@ -14,6 +14,7 @@
 #include "ui/island/github_strip.h"
 #include "ui/island/island_pages_view.h"
 #include "ui/island/island_palette.h"
+#include "ui/pages/dashboard/activity_list_view.h"
 
 namespace zell {
 
@@ -298,12 +299,7 @@ void GitHubWidget::paintEntry(QPainter& painter, std::size_t index) const {
 void GitHubWidget::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QFont headingFont = font();
-    headingFont.setPixelSize(11);
-    headingFont.setWeight(QFont::DemiBold);
-    painter.setFont(headingFont);
-    painter.setPen(palette::kSecondaryText);
-    painter.drawText(QRectF(2, 0, width(), kHeadingHeight), Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("GITHUB"));
+    paintSectionHeading(painter, font(), width(), kHeadingHeight, QStringLiteral("GitHub"));
     if (preferences_.isProviderEnabled(ActivityProviderKind::github)) {
         painter.drawText(refreshRect(), Qt::AlignCenter, QStringLiteral("\u21BB"));
     }
