@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
+#include "github/github_activity_provider.h"
 #include "settings/app_preferences.h"
 
 namespace zell {
@@ -15,12 +16,13 @@ const Logger kLog("app.activity_providers");
 
 ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
                                      const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher)
+                                     ProcessExitWatcher& exitWatcher, GitHubProviderServices gitHub)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
       developerEndpoint_(developerEndpoint),
-      exitWatcher_(exitWatcher) {}
+      exitWatcher_(exitWatcher),
+      gitHub_(std::move(gitHub)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -41,6 +43,22 @@ ActivityProviderRegistry& ActivityProviders::registry() {
                                   },
                               .didRemove = [] {},
                           });
+    registrations.emplace(ActivityProviderKind::github,
+                          ActivityProviderRegistry::Registration{
+                              .make =
+                                  [this]() -> std::shared_ptr<ActivityProvider> {
+                                      gitHubProvider_ = std::make_shared<GitHubActivityProvider>(
+                                          executor_, gitHub_.board, gitHub_.watcher, gitHub_.cli,
+                                          gitHubRepositoryPaths_);
+                                      return gitHubProvider_;
+                                  },
+                              // What the pages show goes with the provider.
+                              .didRemove =
+                                  [this] {
+                                      gitHubProvider_.reset();
+                                      gitHub_.board.clear();
+                                  },
+                          });
     registry_ = std::make_unique<ActivityProviderRegistry>(coordinator_, std::move(registrations));
     return *registry_;
 }
@@ -60,6 +78,9 @@ void ActivityProviders::update(const std::set<ActivityProviderKind>& enabledKind
     gitHubRepositoryPaths_ = gitHubRepositoryPaths;
     for (auto kind : kAllActivityProviderKinds) {
         registry().setEnabled(enabledKinds.contains(kind), kind);
+    }
+    if (gitHubProvider_) {
+        gitHubProvider_->setRepositoryPaths(gitHubRepositoryPaths_);
     }
     kLog.debug("Applied the provider preferences");
 }

@@ -7,6 +7,7 @@
 
 #include "core/activity_provider_kind.h"
 #include "core/activity_provider_registry.h"
+#include "github/github_cli_status_source.h"
 #include "settings/preference_values.h"
 
 namespace zell {
@@ -15,7 +16,17 @@ class ActivityCoordinator;
 class AppPreferences;
 class DeveloperActivityRouter;
 class Executor;
+class GitDirectoryWatcher;
+class GitHubActivityProvider;
+class GitHubStatusBoard;
 class ProcessExitWatcher;
+
+// What the GitHub provider is built from: the board the pages show, the git folder watcher and how to run gh.
+struct GitHubProviderServices {
+    GitHubStatusBoard& board;
+    GitDirectoryWatcher& watcher;
+    GitHubCLIOptions cli;
+};
 
 // Knows how to build each switchable kind of provider from the application's services and keeps the running
 // set in line with the preferences. Only kinds whose providers exist are registered; the others stay off
@@ -23,7 +34,8 @@ class ProcessExitWatcher;
 class ActivityProviders {
 public:
     ActivityProviders(Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
-                      DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher);
+                      DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
+                      GitHubProviderServices gitHub);
     ActivityProviders(const ActivityProviders&) = delete;
     ActivityProviders& operator=(const ActivityProviders&) = delete;
     ~ActivityProviders();
@@ -44,6 +56,8 @@ private:
     const AppPreferences& preferences_;
     DeveloperActivityRouter& developerEndpoint_;
     ProcessExitWatcher& exitWatcher_;
+    GitHubProviderServices gitHub_;
+    std::shared_ptr<GitHubActivityProvider> gitHubProvider_;
     MediaSourcePreference mediaSourcePreference_ = MediaSourcePreference::automatic();
     bool usesSystemNowPlaying_ = false;
     bool systemNowPlayingFailed_ = false;

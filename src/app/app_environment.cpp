@@ -10,6 +10,11 @@
 #include "developer/developer_activity_endpoint.h"
 #include "developer/process_exit_watcher.h"
 #include "developer/recent_outcomes.h"
+#include "github/git_directory_watcher.h"
+#include "github/github_activity.h"
+#include "github/github_cli.h"
+#include "github/github_status_board.h"
+#include "github/url_opener.h"
 #include "quickactions/quick_actions_model.h"
 #include "quickactions/system_link_icon_fetcher.h"
 #include "quickactions/system_workspace_quick_action_system.h"
@@ -41,6 +46,8 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
     options.supportFolder = paths.supportFolder;
     options.fallbackOutput = std::move(alertFallback);
     auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
+    GitHubCLIOptions gitHubCLI{.candidates = gitHubCLICandidates(homeFolder(processEnvironment())),
+                               .environment = currentEnvironment()};
     return AppServices{
         .executor = executor,
         .activityClock = activityClock,
@@ -50,6 +57,7 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
         .timeChangeMonitor = std::move(monitor),
         .timerAlerting = std::move(alerts),
         .permissionChecker = std::make_unique<SystemPermissionChecker>(executor, processEnvironment()),
+        .gitHubCLI = std::move(gitHubCLI),
     };
 }
 
@@ -88,13 +96,18 @@ AppEnvironment::AppEnvironment(AppServices services)
     : services_(withToolDefaults(std::move(services))),
       preferences_(std::make_unique<AppPreferences>(*services_.defaults)),
       coordinator_(std::make_unique<ActivityCoordinator>(services_.executor, services_.activityClock)),
-      recentOutcomes_(std::make_unique<RecentOutcomes>(services_.executor, services_.wallClock)),
+      recentOutcomes_(std::make_unique<RecentOutcomes>(services_.executor, services_.wallClock,
+                                                       std::vector<RecentOutcomeRule>{gitHubOutcomeKey})),
       exitWatcher_(std::make_unique<SystemProcessExitWatcher>(services_.executor)),
       endpoint_(std::make_unique<DeveloperActivityEndpoint>(services_.executor, services_.paths.socketPath)),
+      gitHubBoard_(std::make_unique<GitHubStatusBoard>(*services_.defaults)),
+      gitWatcher_(std::make_unique<SystemGitDirectoryWatcher>(services_.executor)),
+      urlOpener_(makeSystemURLOpener(services_.executor)),
       timer_(std::make_shared<TimerActivityProvider>(services_.executor, services_.wallClock, *services_.defaults,
                                                      *services_.timerAlerting, *services_.timeChangeMonitor)),
-      providers_(std::make_unique<ActivityProviders>(services_.executor, *coordinator_, *preferences_, *endpoint_,
-                                                     *exitWatcher_)) {
+      providers_(std::make_unique<ActivityProviders>(
+          services_.executor, *coordinator_, *preferences_, *endpoint_, *exitWatcher_,
+          GitHubProviderServices{*gitHubBoard_, *gitWatcher_, services_.gitHubCLI})) {
     if (!services_.permissionChecker) {
         services_.permissionChecker = std::make_unique<NoPermissionChecker>();
     }

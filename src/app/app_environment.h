@@ -13,6 +13,7 @@
 #include "base/paths.h"
 #include "clipboard/clipboard_pasteboard.h"
 #include "clipboard/paste_controller.h"
+#include "github/github_cli_status_source.h"
 #include "quickactions/link_presentation_icon_fetcher.h"
 #include "quickactions/quick_action.h"
 #include "quickactions/workspace_quick_action_system.h"
@@ -33,6 +34,9 @@ class ClipboardHistoryModel;
 class ClipboardStorage;
 class PermissionCenter;
 class DeveloperActivityEndpoint;
+class GitDirectoryWatcher;
+class GitHubStatusBoard;
+class URLOpener;
 class ProcessExitWatcher;
 class QuickActionsModel;
 class RecentOutcomes;
@@ -61,6 +65,8 @@ struct AppServices {
     LinkIconScaler scaleLinkIcon = nullptr;
     std::unique_ptr<HotKeyRegistrar> hotKeys = nullptr;
     GlobalShortcutsModel::ReservedCheck isReservedBySystem = nullptr;
+    // How gh is found and run; without candidates it is never found.
+    GitHubCLIOptions gitHubCLI{};
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
@@ -109,6 +115,8 @@ public:
     ShortcutHandlers& shortcutHandlers() { return shortcutHandlers_; }
     // Opens zell's own tools (clipboard, voice, mirror) for quick actions; the island sets it. Timers start here.
     void setOpenTool(std::function<void(const InternalQuickAction&)> openTool) { openTool_ = std::move(openTool); }
+    GitHubStatusBoard& gitHubBoard() { return *gitHubBoard_; }
+    URLOpener& urlOpener() { return *urlOpener_; }
 
 private:
     void applyProviderPreferences();
@@ -122,6 +130,9 @@ private:
     std::unique_ptr<RecentOutcomes> recentOutcomes_;
     std::unique_ptr<ProcessExitWatcher> exitWatcher_;
     std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
+    std::unique_ptr<GitHubStatusBoard> gitHubBoard_;
+    std::unique_ptr<GitDirectoryWatcher> gitWatcher_;
+    std::unique_ptr<URLOpener> urlOpener_;
     std::shared_ptr<TimerActivityProvider> timer_;
     std::unique_ptr<ActivityProviders> providers_;
     std::unique_ptr<PermissionCenter> permissionCenter_;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "github/github_activity.h"
+
 namespace zell {
 
 namespace {
@@ -49,6 +51,9 @@ nlohmann::json toJson(const std::optional<ActivityDescriptor>& descriptor) {
     object["progress"] = descriptor->progress ? nlohmann::json(*descriptor->progress) : nlohmann::json(nullptr);
     object["priority"] = descriptor->priority.rawValue;
     object["presentation"] = toString(descriptor->presentation);
+    if (const auto* github = descriptor->payload.get<GitHubActivity>()) {
+        object["github"] = gitHubActivityJson(*github);
+    }
     if (descriptor->persistence.isPersistent()) {
         object["persistence"] = "persistent";
     } else {

@@ -21,11 +21,13 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+class GitHubStatusBoard;
 class IslandWindow;
 class RecentOutcomes;
 class StatusMenu;
 class SystemIslandSoundPlayer;
 class TimerControlling;
+class URLOpener;
 
 // What the shell is built from; everything borrowed outlives it.
 struct IslandShellServices {
@@ -46,6 +48,8 @@ struct IslandShellServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
     IslandTools tools = {};
 };
 

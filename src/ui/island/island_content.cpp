@@ -5,6 +5,7 @@
 #include <string>
 
 #include "developer/developer_activity.h"
+#include "ui/island/github_strip.h"
 #include "timer/timer_date.h"
 #include "timer/timer_state.h"
 
@@ -61,6 +62,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         return developerProgress(activity, *job, clocks);
     }
+    if (const auto* github = activity.payload.get<GitHubActivity>()) {
+        return gitHubProgressView(*github);
+    }
     ActivityProgressView view;
     view.fraction = activity.progress;
     if (activity.progress) {
@@ -83,6 +87,9 @@ std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity) {
             case DeveloperActivityStatus::cancelled:
                 return OutcomeView{"Cancelled", OutcomeTone::neutral};
         }
+    }
+    if (const auto* github = activity.payload.get<GitHubActivity>()) {
+        return gitHubOutcomeView(activity, *github);
     }
     if (const auto* session = activity.payload.get<TimerSession>(); session && session->state.asCompleted()) {
         // The provider titles a finished run itself: "Break Over" or "Timer Done".

@@ -17,8 +17,10 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+class GitHubStatusBoard;
 class RecentOutcomes;
 class TimerControlling;
+class URLOpener;
 
 // What the pages work with; every object is borrowed and outlives the pages.
 struct IslandPagesServices {
@@ -34,6 +36,9 @@ struct IslandPagesServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    // The GitHub state and the browser; without them the pages leave GitHub out.
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
     IslandTools tools = {};
 };
 

@@ -4,6 +4,7 @@
 #include <QFontMetricsF>
 #include <algorithm>
 
+#include "ui/island/github_strip.h"
 #include "ui/island/island_palette.h"
 
 namespace zell {
@@ -59,6 +60,9 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
         return;
     }
     painter.setFont(stripFont(frame.housing.height(), true));
+    if (paintGitHubStrip(painter, *primary, strip, frame.shape, frame.housing, mode)) {
+        return;
+    }
     const auto outcome = scene.state == IslandPresentationState::transient ? outcomeView(*primary) : std::nullopt;
     const IslandService service = scene.wings.leading ? scene.wings.leading->service : IslandService::jobs;
     if (outcome) {

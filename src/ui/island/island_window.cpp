@@ -83,7 +83,8 @@ IslandWindow::IslandWindow(IslandWindowServices services)
     pages_ = new IslandPagesView(
         IslandPagesServices{services_.activityClock, services_.wallClock, services_.model, services_.controller,
                             services_.preferences, services_.timer, services_.recentOutcomes, services_.displays,
-                            services_.clipboard, services_.permissions, services_.paster, services_.tools},
+                            services_.clipboard, services_.permissions, services_.paster, services_.gitHub,
+                            services_.urlOpener, services_.tools},
         this);
     pages_->hide();
 

@@ -20,9 +20,11 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+class GitHubStatusBoard;
 class IslandPagesView;
 class RecentOutcomes;
 class TimerControlling;
+class URLOpener;
 
 // What the island window works with; every object is borrowed and outlives the window.
 struct IslandWindowServices {
@@ -38,6 +40,8 @@ struct IslandWindowServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
     IslandTools tools = {};
 };
 

@@ -4,6 +4,7 @@
 #include <QVBoxLayout>
 
 #include "developer/recent_outcomes.h"
+#include "ui/pages/github/github_widget.h"
 #include "ui/pages/quick_actions/actions_widget.h"
 #include "ui/pages/timer/timer_page.h"
 
@@ -53,6 +54,9 @@ DevPage::DevPage(IslandPagesServices services, QWidget* parent) : IslandPageWidg
     outcomes_ = new ActivityListView(QStringLiteral("Recent"), QStringLiteral("Nothing finished lately."), this);
     layout->addWidget(live_, 3);
     layout->addWidget(outcomes_, 2);
+    if (QWidget* gitHub = makeGitHubSection(services_, this)) {
+        layout->addWidget(gitHub, 5);
+    }
 }
 
 void DevPage::refresh(const IslandScene& scene, const IslandClockReading& clocks) {

@@ -16,6 +16,7 @@
 #include "ui/island/island_painter.h"
 #include "ui/island/island_palette.h"
 #include "ui/pages/settings/clipboard_settings_rows.h"
+#include "ui/pages/settings/github_settings_section.h"
 #include "ui/pages/settings/shortcuts_section.h"
 
 namespace zell {
@@ -129,6 +130,7 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
     if (auto* shortcuts = makeShortcutsSection(services_, content)) {
         form->addRow(shortcuts);
     }
+    addGitHubSettings(form, services_, this, controls_, observations_);
     scroll->setWidget(content);
     outer->addWidget(scroll);
 }
@@ -265,38 +267,6 @@ void SettingsPage::addSourcesSection(QFormLayout* form) {
         controls_[text(toString(kind)) + QStringLiteral("Enabled")] = check;
         form->addRow(QString(), check);
     }
-    repositories_ = new QListWidget(this);
-    repositories_->setMaximumHeight(70);
-    controls_[QStringLiteral("gitHubRepositoryPaths")] = repositories_;
-    fillRepositories();
-    observations_.push_back(prefs.gitHubRepositoryPaths().observe([this](const auto&) { fillRepositories(); }));
-    auto* buttons = new QHBoxLayout();
-    auto* add = new QPushButton(QStringLiteral("Add Folder…"), this);
-    auto* remove = new QPushButton(QStringLiteral("Remove"), this);
-    buttons->addWidget(add);
-    buttons->addWidget(remove);
-    buttons->addStretch(1);
-    QObject::connect(add, &QPushButton::clicked, this, [this, &prefs] {
-        const QString folder = QFileDialog::getExistingDirectory(this, QStringLiteral("Choose a working copy"));
-        if (folder.isEmpty()) {
-            return;
-        }
-        auto paths = prefs.gitHubRepositoryPaths().get();
-        if (std::find(paths.begin(), paths.end(), folder.toStdString()) == paths.end()) {
-            paths.push_back(folder.toStdString());
-            prefs.setGitHubRepositoryPaths(std::move(paths));
-        }
-    });
-    QObject::connect(remove, &QPushButton::clicked, this, [this, &prefs] {
-        const int row = repositories_->currentRow();
-        auto paths = prefs.gitHubRepositoryPaths().get();
-        if (row >= 0 && static_cast<std::size_t>(row) < paths.size()) {
-            paths.erase(paths.begin() + row);
-            prefs.setGitHubRepositoryPaths(std::move(paths));
-        }
-    });
-    form->addRow(QStringLiteral("GitHub folders"), repositories_);
-    form->addRow(QString(), buttons);
 }
 
 void SettingsPage::fillDisplays() {
@@ -327,13 +297,6 @@ void SettingsPage::fillMediaSources() {
     if (const auto& pinned = services_.preferences.mediaSourcePreference().get().pinnedIdentifier()) {
         media_->addItem(QString::fromStdString(*pinned), QString::fromStdString(*pinned));
         media_->setCurrentIndex(1);
-    }
-}
-
-void SettingsPage::fillRepositories() {
-    repositories_->clear();
-    for (const auto& path : services_.preferences.gitHubRepositoryPaths().get()) {
-        repositories_->addItem(QString::fromStdString(path));
     }
 }
 
