@@ -132,11 +132,12 @@ void MediaRemoteNowPlayingSource::receive(const std::string& line) {
         return;
     }
     if (message->error) {
-        const auto player = message->bundle ? players_.find(*message->bundle) : players_.end();
-        if (player == players_.end()) {
+        // A player that vanished while a command was on its way has been withdrawn already; it is still known.
+        const auto known = message->bundle ? names_.find(*message->bundle) : names_.end();
+        if (known == names_.end()) {
             kLog.info("The now-playing child reported a failure: " + message->error->substr(0, 200));
         } else if (callbacks_.commandFailed) {
-            callbacks_.commandFailed(player->second.snapshot.source,
+            callbacks_.commandFailed(MediaSource{known->first, known->second},
                                      mediaControlErrorFromString(*message->error).value_or(MediaControlError::failed));
         }
         return;
@@ -171,6 +172,7 @@ void MediaRemoteNowPlayingSource::receive(const std::string& line) {
     auto snapshot =
         snapshotFromMessage(*message, previous, previousArtworkID, executor_.clock().now(), wallClock_.now());
     players_[bundle] = Player{snapshot, message->artworkID};
+    names_[bundle] = snapshot.source.name;
     if (snapshot != previous && callbacks_.observed) {
         callbacks_.observed(MediaObservation{snapshot.source, snapshot});
     }

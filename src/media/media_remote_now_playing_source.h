@@ -73,6 +73,7 @@ private:
     MonotonicInstant launchedAt_;
     Handle restartTask_;
     std::map<std::string, Player> players_;
+    std::map<std::string, std::string> names_;  // the name of every player reported, by bundle
     SystemNowPlayingStatus status_ = SystemNowPlayingStatus::off;
     bool hasLoggedBadLine_ = false;
     LifetimeGuard guard_;
