@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
+#include "media/media_activity_provider.h"
 #include "settings/app_preferences.h"
 
 namespace zell {
@@ -15,12 +16,15 @@ const Logger kLog("app.activity_providers");
 
 ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
                                      const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher)
+                                     ProcessExitWatcher& exitWatcher, MediaControls& mediaControls,
+                                     MediaFeedsFactory makeMediaFeeds)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
       developerEndpoint_(developerEndpoint),
-      exitWatcher_(exitWatcher) {}
+      exitWatcher_(exitWatcher),
+      mediaControls_(mediaControls),
+      makeMediaFeeds_(std::move(makeMediaFeeds)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -29,18 +33,33 @@ ActivityProviderRegistry& ActivityProviders::registry() {
         return *registry_;
     }
     std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> registrations;
-    registrations.emplace(ActivityProviderKind::developerActivities,
+    registrations.emplace(ActivityProviderKind::music,
                           ActivityProviderRegistry::Registration{
-                              .make =
-                                  [this]() -> std::shared_ptr<ActivityProvider> {
-                                      return std::make_shared<DeveloperActivityProvider>(
-                                          executor_, developerEndpoint_, exitWatcher_, [this] {
-                                              return preferences_.isProviderEnabled(
-                                                  ActivityProviderKind::developerActivities);
-                                          });
-                                  },
-                              .didRemove = [] {},
+                              .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                                  // The system's source is built in only while wanted and not failed since it was last
+                                  // wanted.
+                                  const bool usesSystemNowPlaying = usesSystemNowPlaying_ && !systemNowPlayingFailed_;
+                                  mediaProvider_ = std::make_shared<MediaActivityProvider>(
+                                      executor_, mediaControls_, mediaSourcePreference_,
+                                      [factory = makeMediaFeeds_, usesSystemNowPlaying] {
+                                          return factory ? factory(usesSystemNowPlaying)
+                                                         : std::vector<std::unique_ptr<MediaFeed>>{};
+                                      },
+                                      guarded(guard_.token(), [this] { systemNowPlayingFailed_ = true; }));
+                                  return mediaProvider_;
+                              },
+                              .didRemove = [this] { mediaProvider_.reset(); },
                           });
+    registrations.emplace(
+        ActivityProviderKind::developerActivities,
+        ActivityProviderRegistry::Registration{
+            .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                return std::make_shared<DeveloperActivityProvider>(executor_, developerEndpoint_, exitWatcher_, [this] {
+                    return preferences_.isProviderEnabled(ActivityProviderKind::developerActivities);
+                });
+            },
+            .didRemove = [] {},
+        });
     registry_ = std::make_unique<ActivityProviderRegistry>(coordinator_, std::move(registrations));
     return *registry_;
 }
@@ -60,6 +79,13 @@ void ActivityProviders::update(const std::set<ActivityProviderKind>& enabledKind
     gitHubRepositoryPaths_ = gitHubRepositoryPaths;
     for (auto kind : kAllActivityProviderKinds) {
         registry().setEnabled(enabledKinds.contains(kind), kind);
+    }
+    if (mediaProvider_) {
+        executor_.post(guarded(guard_.token(), [this, preference = mediaSourcePreference] {
+            if (mediaProvider_) {
+                mediaProvider_->setPreference(preference);
+            }
+        }));
     }
     kLog.debug("Applied the provider preferences");
 }

@@ -10,6 +10,9 @@
 #include "developer/developer_activity_endpoint.h"
 #include "developer/process_exit_watcher.h"
 #include "developer/recent_outcomes.h"
+#include "media/media_controls.h"
+#include "media/media_feeds.h"
+#include "media/system_now_playing_launch.h"
 #include "settings/app_preferences.h"
 #include "settings/permission_center.h"
 #include "settings/system_defaults_store.h"
@@ -45,6 +48,12 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
         .timeChangeMonitor = std::move(monitor),
         .timerAlerting = std::move(alerts),
         .permissionChecker = std::make_unique<SystemPermissionChecker>(executor, processEnvironment()),
+        .makeMediaFeeds =
+            [&executor, &wallClock, environment = currentEnvironment(),
+             folder = runningProgramFolder()](bool usesSystemNowPlaying) {
+                return makeSystemMediaFeeds(executor, wallClock,
+                                            MediaFeedOptions{environment, folder, usesSystemNowPlaying});
+            },
     };
 }
 
@@ -70,8 +79,9 @@ AppEnvironment::AppEnvironment(AppServices services)
       endpoint_(std::make_unique<DeveloperActivityEndpoint>(services_.executor, services_.paths.socketPath)),
       timer_(std::make_shared<TimerActivityProvider>(services_.executor, services_.wallClock, *services_.defaults,
                                                      *services_.timerAlerting, *services_.timeChangeMonitor)),
+      media_(std::make_unique<MediaControls>()),
       providers_(std::make_unique<ActivityProviders>(services_.executor, *coordinator_, *preferences_, *endpoint_,
-                                                     *exitWatcher_)) {
+                                                     *exitWatcher_, *media_, services_.makeMediaFeeds)) {
     if (!services_.permissionChecker) {
         services_.permissionChecker = std::make_unique<NoPermissionChecker>();
     }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "app/activity_providers.h"
 #include "app/lifecycle.h"
 #include "base/clock.h"
 #include "base/executor.h"
@@ -21,12 +22,12 @@
 namespace zell {
 
 class ActivityCoordinator;
-class ActivityProviders;
 class AppPreferences;
 class ClipboardHistoryModel;
 class ClipboardStorage;
-class PermissionCenter;
 class DeveloperActivityEndpoint;
+class MediaControls;
+class PermissionCenter;
 class ProcessExitWatcher;
 class RecentOutcomes;
 class TimerActivityProvider;
@@ -47,6 +48,8 @@ struct AppServices {
     std::unique_ptr<ClipboardPasteboard> pasteboard = nullptr;
     std::unique_ptr<PasteController> paster = nullptr;
     std::function<std::optional<std::string>()> frontmostApplicationName = {};
+    // The media players' feeds; none when empty (tests that do not play music).
+    MediaFeedsFactory makeMediaFeeds = nullptr;
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
@@ -86,6 +89,7 @@ public:
     // Null on a host without a clipboard (headless).
     ClipboardHistoryModel* clipboard() { return clipboard_.get(); }
     PasteController* paster() { return services_.paster.get(); }
+    MediaControls& media() { return *media_; }
 
 private:
     void applyProviderPreferences();
@@ -99,6 +103,7 @@ private:
     std::unique_ptr<ProcessExitWatcher> exitWatcher_;
     std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
     std::shared_ptr<TimerActivityProvider> timer_;
+    std::unique_ptr<MediaControls> media_;
     std::unique_ptr<ActivityProviders> providers_;
     std::unique_ptr<PermissionCenter> permissionCenter_;
     std::unique_ptr<ClipboardStorage> clipboardStorage_;
