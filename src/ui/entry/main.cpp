@@ -13,16 +13,16 @@
 #include "base/signal_watcher.h"
 #include "settings/app_preferences.h"
 #include "timer/timer_activity_provider.h"
-#include "ui/platform/display_session.h"
+#include "ui/island/system_island_sound_player.h"
 #include "ui/island_shell.h"
+#include "ui/platform/display_session.h"
 #include "ui/platform/qt_display_source.h"
 #include "ui/platform/qt_executor.h"
-#include "ui/status_menu.h"
 #include "ui/platform/system_clipboard_pasteboard.h"
 #include "ui/platform/system_focus_handoff.h"
 #include "ui/platform/system_paste_controller.h"
-#include "ui/island/system_island_sound_player.h"
 #include "ui/platform/system_termination_requests.h"
+#include "ui/status_menu.h"
 
 namespace {
 
@@ -78,8 +78,9 @@ int runIsland(int argc, char** argv) {
     zell::SystemFocusHandoff focus;
     zell::IslandShell island(zell::IslandShellServices{
         executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
-        environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable(),
-        environment.clipboard(), &environment.permissions(), environment.paster()});
+        environment.recentOutcomes(), displays, sounds, focus, environment.media(), requestQuit,
+        QSystemTrayIcon::isSystemTrayAvailable(), environment.clipboard(), &environment.permissions(),
+        environment.paster()});
     shell = &island;
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });

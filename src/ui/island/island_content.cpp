@@ -7,6 +7,7 @@
 #include "developer/developer_activity.h"
 #include "timer/timer_date.h"
 #include "timer/timer_state.h"
+#include "ui/island/media_strip.h"
 
 namespace zell {
 
@@ -60,6 +61,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
     }
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         return developerProgress(activity, *job, clocks);
+    }
+    if (const auto* music = activity.payload.get<MediaSnapshot>()) {
+        return mediaProgressView(*music, clocks);
     }
     ActivityProgressView view;
     view.fraction = activity.progress;

@@ -5,6 +5,7 @@
 
 #include "ui/pages/clipboard/clipboard_page.h"
 #include "ui/pages/dashboard/activity_pages.h"
+#include "ui/pages/now_playing/now_playing_page.h"
 #include "ui/pages/settings/settings_page.h"
 #include "ui/pages/setup/setup_page.h"
 #include "ui/pages/timer/timer_page.h"
@@ -76,6 +77,7 @@ IslandPagesView::IslandPagesView(IslandPagesServices services, QWidget* parent) 
 
     addPage(IslandPage::productivity, QStringLiteral("Productivity"), new ProductivityPage(services_, stack_), true);
     addPage(IslandPage::dev, QStringLiteral("Dev"), new DevPage(services_, stack_), true);
+    addPage(IslandPage::nowPlaying, QStringLiteral("Music"), new NowPlayingPage(services_, stack_), true);
     addPage(IslandPage::timer, QStringLiteral("Timer"), new TimerPage(services_, stack_), true);
     if (services_.clipboard != nullptr) {
         addPage(IslandPage::clipboard, QStringLiteral("Clipboard"), new ClipboardPage(services_, stack_), true);

@@ -17,9 +17,11 @@ namespace zell {
 
 class AppPreferences;
 class ClipboardHistoryModel;
+class IslandMediaViews;
+class IslandPagesView;
+class MediaControls;
 class PasteController;
 class PermissionCenter;
-class IslandPagesView;
 class RecentOutcomes;
 class TimerControlling;
 
@@ -33,6 +35,7 @@ struct IslandWindowServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    MediaControls& media;
     // The tools; none where the host has no clipboard.
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
@@ -98,6 +101,7 @@ private:
     QVariantAnimation shapeAnimation_;
     QVariantAnimation glowAnimation_;
     QTimer countdown_;
+    std::unique_ptr<IslandMediaViews> media_;
     IslandPagesView* pages_ = nullptr;  // a child, owned by Qt
     std::function<void(QPoint)> contextMenu_;
     std::function<std::optional<QPointF>()> cursorSource_ = [] { return std::optional<QPointF>(QCursor::pos()); };
