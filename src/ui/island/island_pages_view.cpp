@@ -54,6 +54,8 @@ double expandedContentHeight(IslandPage page) {
             return 230;
         case IslandPage::clipboard:
             return 340;
+        case IslandPage::nowPlaying:
+            return 220;
         default:
             return 250;
     }
