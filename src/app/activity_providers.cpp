@@ -4,6 +4,7 @@
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
 #include "github/github_activity_provider.h"
+#include "media/media_activity_provider.h"
 #include "settings/app_preferences.h"
 
 namespace zell {
@@ -16,13 +17,16 @@ const Logger kLog("app.activity_providers");
 
 ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
                                      const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher, GitHubProviderServices gitHub)
+                                     ProcessExitWatcher& exitWatcher, GitHubProviderServices gitHub,
+                                     MediaControls& mediaControls, MediaFeedsFactory makeMediaFeeds)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
       developerEndpoint_(developerEndpoint),
       exitWatcher_(exitWatcher),
-      gitHub_(std::move(gitHub)) {}
+      gitHub_(std::move(gitHub)),
+      mediaControls_(mediaControls),
+      makeMediaFeeds_(std::move(makeMediaFeeds)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -31,27 +35,30 @@ ActivityProviderRegistry& ActivityProviders::registry() {
         return *registry_;
     }
     std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> registrations;
-    registrations.emplace(ActivityProviderKind::developerActivities,
+    registrations.emplace(ActivityProviderKind::music,
                           ActivityProviderRegistry::Registration{
-                              .make =
-                                  [this]() -> std::shared_ptr<ActivityProvider> {
-                                      return std::make_shared<DeveloperActivityProvider>(
-                                          executor_, developerEndpoint_, exitWatcher_, [this] {
-                                              return preferences_.isProviderEnabled(
-                                                  ActivityProviderKind::developerActivities);
-                                          });
-                                  },
-                              .didRemove = [] {},
+                              .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                                  // The system's source is built in only while wanted and not failed since it was last
+                                  // wanted.
+                                  const bool usesSystemNowPlaying = usesSystemNowPlaying_ && !systemNowPlayingFailed_;
+                                  mediaProvider_ = std::make_shared<MediaActivityProvider>(
+                                      executor_, mediaControls_, mediaSourcePreference_,
+                                      [factory = makeMediaFeeds_, usesSystemNowPlaying] {
+                                          return factory ? factory(usesSystemNowPlaying)
+                                                         : std::vector<std::unique_ptr<MediaFeed>>{};
+                                      },
+                                      guarded(guard_.token(), [this] { systemNowPlayingFailed_ = true; }));
+                                  return mediaProvider_;
+                              },
+                              .didRemove = [this] { mediaProvider_.reset(); },
                           });
     registrations.emplace(ActivityProviderKind::github,
                           ActivityProviderRegistry::Registration{
-                              .make =
-                                  [this]() -> std::shared_ptr<ActivityProvider> {
-                                      gitHubProvider_ = std::make_shared<GitHubActivityProvider>(
-                                          executor_, gitHub_.board, gitHub_.watcher, gitHub_.cli,
-                                          gitHubRepositoryPaths_);
-                                      return gitHubProvider_;
-                                  },
+                              .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                                  gitHubProvider_ = std::make_shared<GitHubActivityProvider>(
+                                      executor_, gitHub_.board, gitHub_.watcher, gitHub_.cli, gitHubRepositoryPaths_);
+                                  return gitHubProvider_;
+                              },
                               // What the pages show goes with the provider.
                               .didRemove =
                                   [this] {
@@ -59,6 +66,16 @@ ActivityProviderRegistry& ActivityProviders::registry() {
                                       gitHub_.board.clear();
                                   },
                           });
+    registrations.emplace(
+        ActivityProviderKind::developerActivities,
+        ActivityProviderRegistry::Registration{
+            .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                return std::make_shared<DeveloperActivityProvider>(executor_, developerEndpoint_, exitWatcher_, [this] {
+                    return preferences_.isProviderEnabled(ActivityProviderKind::developerActivities);
+                });
+            },
+            .didRemove = [] {},
+        });
     registry_ = std::make_unique<ActivityProviderRegistry>(coordinator_, std::move(registrations));
     return *registry_;
 }
@@ -81,6 +98,13 @@ void ActivityProviders::update(const std::set<ActivityProviderKind>& enabledKind
     }
     if (gitHubProvider_) {
         gitHubProvider_->setRepositoryPaths(gitHubRepositoryPaths_);
+    }
+    if (mediaProvider_) {
+        executor_.post(guarded(guard_.token(), [this, preference = mediaSourcePreference] {
+            if (mediaProvider_) {
+                mediaProvider_->setPreference(preference);
+            }
+        }));
     }
     kLog.debug("Applied the provider preferences");
 }

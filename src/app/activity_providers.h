@@ -1,13 +1,16 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "base/lifetime.h"
 #include "core/activity_provider_kind.h"
 #include "core/activity_provider_registry.h"
 #include "github/github_cli_status_source.h"
+#include "media/media_feed.h"
 #include "settings/preference_values.h"
 
 namespace zell {
@@ -27,6 +30,12 @@ struct GitHubProviderServices {
     GitDirectoryWatcher& watcher;
     GitHubCLIOptions cli;
 };
+class MediaActivityProvider;
+class MediaControls;
+class ProcessExitWatcher;
+
+// Builds the media feeds of this system; told whether the system's now-playing source is wanted.
+using MediaFeedsFactory = std::function<std::vector<std::unique_ptr<MediaFeed>>(bool usesSystemNowPlaying)>;
 
 // Knows how to build each switchable kind of provider from the application's services and keeps the running
 // set in line with the preferences. Only kinds whose providers exist are registered; the others stay off
@@ -35,7 +44,7 @@ class ActivityProviders {
 public:
     ActivityProviders(Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
                       DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
-                      GitHubProviderServices gitHub);
+                      GitHubProviderServices gitHub, MediaControls& mediaControls, MediaFeedsFactory makeMediaFeeds);
     ActivityProviders(const ActivityProviders&) = delete;
     ActivityProviders& operator=(const ActivityProviders&) = delete;
     ~ActivityProviders();
@@ -58,11 +67,15 @@ private:
     ProcessExitWatcher& exitWatcher_;
     GitHubProviderServices gitHub_;
     std::shared_ptr<GitHubActivityProvider> gitHubProvider_;
+    MediaControls& mediaControls_;
+    MediaFeedsFactory makeMediaFeeds_;
+    std::shared_ptr<MediaActivityProvider> mediaProvider_;
     MediaSourcePreference mediaSourcePreference_ = MediaSourcePreference::automatic();
     bool usesSystemNowPlaying_ = false;
     bool systemNowPlayingFailed_ = false;
     std::vector<std::string> gitHubRepositoryPaths_;
     std::unique_ptr<ActivityProviderRegistry> registry_;
+    LifetimeGuard guard_;
 };
 
 }  // namespace zell

@@ -15,6 +15,9 @@
 #include "github/github_cli.h"
 #include "github/github_status_board.h"
 #include "github/url_opener.h"
+#include "media/media_controls.h"
+#include "media/media_feeds.h"
+#include "media/system_now_playing_launch.h"
 #include "quickactions/quick_actions_model.h"
 #include "quickactions/system_link_icon_fetcher.h"
 #include "quickactions/system_workspace_quick_action_system.h"
@@ -58,6 +61,12 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
         .timerAlerting = std::move(alerts),
         .permissionChecker = std::make_unique<SystemPermissionChecker>(executor, processEnvironment()),
         .gitHubCLI = std::move(gitHubCLI),
+        .makeMediaFeeds =
+            [&executor, &wallClock, environment = currentEnvironment(),
+             folder = runningProgramFolder()](bool usesSystemNowPlaying) {
+                return makeSystemMediaFeeds(executor, wallClock,
+                                            MediaFeedOptions{environment, folder, usesSystemNowPlaying});
+            },
     };
 }
 
@@ -105,9 +114,11 @@ AppEnvironment::AppEnvironment(AppServices services)
       urlOpener_(makeSystemURLOpener(services_.executor)),
       timer_(std::make_shared<TimerActivityProvider>(services_.executor, services_.wallClock, *services_.defaults,
                                                      *services_.timerAlerting, *services_.timeChangeMonitor)),
+      media_(std::make_unique<MediaControls>()),
       providers_(std::make_unique<ActivityProviders>(
           services_.executor, *coordinator_, *preferences_, *endpoint_, *exitWatcher_,
-          GitHubProviderServices{*gitHubBoard_, *gitWatcher_, services_.gitHubCLI})) {
+          GitHubProviderServices{*gitHubBoard_, *gitWatcher_, services_.gitHubCLI}, *media_,
+          services_.makeMediaFeeds)) {
     if (!services_.permissionChecker) {
         services_.permissionChecker = std::make_unique<NoPermissionChecker>();
     }

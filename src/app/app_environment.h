@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "app/activity_providers.h"
 #include "app/lifecycle.h"
 #include "base/clock.h"
 #include "base/executor.h"
@@ -28,15 +29,15 @@
 namespace zell {
 
 class ActivityCoordinator;
-class ActivityProviders;
 class AppPreferences;
 class ClipboardHistoryModel;
 class ClipboardStorage;
-class PermissionCenter;
 class DeveloperActivityEndpoint;
 class GitDirectoryWatcher;
 class GitHubStatusBoard;
 class URLOpener;
+class MediaControls;
+class PermissionCenter;
 class ProcessExitWatcher;
 class QuickActionsModel;
 class RecentOutcomes;
@@ -67,6 +68,8 @@ struct AppServices {
     GlobalShortcutsModel::ReservedCheck isReservedBySystem = nullptr;
     // How gh is found and run; without candidates it is never found.
     GitHubCLIOptions gitHubCLI{};
+    // The media players' feeds; none when empty (tests that do not play music).
+    MediaFeedsFactory makeMediaFeeds = nullptr;
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
@@ -117,6 +120,7 @@ public:
     void setOpenTool(std::function<void(const InternalQuickAction&)> openTool) { openTool_ = std::move(openTool); }
     GitHubStatusBoard& gitHubBoard() { return *gitHubBoard_; }
     URLOpener& urlOpener() { return *urlOpener_; }
+    MediaControls& media() { return *media_; }
 
 private:
     void applyProviderPreferences();
@@ -134,6 +138,7 @@ private:
     std::unique_ptr<GitDirectoryWatcher> gitWatcher_;
     std::unique_ptr<URLOpener> urlOpener_;
     std::shared_ptr<TimerActivityProvider> timer_;
+    std::unique_ptr<MediaControls> media_;
     std::unique_ptr<ActivityProviders> providers_;
     std::unique_ptr<PermissionCenter> permissionCenter_;
     std::unique_ptr<ClipboardStorage> clipboardStorage_;

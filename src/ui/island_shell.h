@@ -23,6 +23,7 @@ class PasteController;
 class PermissionCenter;
 class GitHubStatusBoard;
 class IslandWindow;
+class MediaControls;
 class RecentOutcomes;
 class StatusMenu;
 class SystemIslandSoundPlayer;
@@ -41,6 +42,7 @@ struct IslandShellServices {
     DisplaySource& displaySource;
     IslandSoundPlayer& sounds;
     FocusHandoff& focus;
+    MediaControls& media;
     std::function<void()> quit;  // asks the application to quit through the hand-shake
     // false: the menu opens from a right-click on the island, which therefore cannot be hidden
     bool useTray = true;

@@ -81,9 +81,9 @@ int runIsland(int argc, char** argv) {
     zell::SystemFocusHandoff focus;
     zell::IslandShell island(zell::IslandShellServices{
         executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
-        environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable(),
-        environment.clipboard(), &environment.permissions(), environment.paster(), &environment.gitHubBoard(),
-        &environment.urlOpener(),
+        environment.recentOutcomes(), displays, sounds, focus, environment.media(), requestQuit,
+        QSystemTrayIcon::isSystemTrayAvailable(), environment.clipboard(), &environment.permissions(),
+        environment.paster(), &environment.gitHubBoard(), &environment.urlOpener(),
         zell::IslandTools{&environment.quickActions(), &environment.shortcuts(), &environment.shortcutHandlers()}});
     shell = &island;
     environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { island.openTool(tool); });

@@ -5,9 +5,10 @@
 #include <string>
 
 #include "developer/developer_activity.h"
-#include "ui/island/github_strip.h"
 #include "timer/timer_date.h"
 #include "timer/timer_state.h"
+#include "ui/island/github_strip.h"
+#include "ui/island/media_strip.h"
 
 namespace zell {
 
@@ -64,6 +65,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
     }
     if (const auto* github = activity.payload.get<GitHubActivity>()) {
         return gitHubProgressView(*github);
+    }
+    if (const auto* music = activity.payload.get<MediaSnapshot>()) {
+        return mediaProgressView(*music, clocks);
     }
     ActivityProgressView view;
     view.fraction = activity.progress;

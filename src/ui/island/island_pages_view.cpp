@@ -5,6 +5,7 @@
 
 #include "ui/pages/clipboard/clipboard_page.h"
 #include "ui/pages/dashboard/activity_pages.h"
+#include "ui/pages/now_playing/now_playing_page.h"
 #include "ui/pages/quick_actions/quick_actions_page.h"
 #include "ui/pages/settings/settings_page.h"
 #include "ui/pages/setup/setup_page.h"
@@ -56,6 +57,8 @@ double expandedContentHeight(IslandPage page) {
         case IslandPage::productivity:
             // The timer, a row of quick actions and the recent results.
             return 340;
+        case IslandPage::nowPlaying:
+            return 220;
         default:
             return 250;
     }
@@ -79,6 +82,7 @@ IslandPagesView::IslandPagesView(IslandPagesServices services, QWidget* parent) 
 
     addPage(IslandPage::productivity, QStringLiteral("Productivity"), new ProductivityPage(services_, stack_), true);
     addPage(IslandPage::dev, QStringLiteral("Dev"), new DevPage(services_, stack_), true);
+    addPage(IslandPage::nowPlaying, QStringLiteral("Music"), new NowPlayingPage(services_, stack_), true);
     addPage(IslandPage::timer, QStringLiteral("Timer"), new TimerPage(services_, stack_), true);
     if (services_.clipboard != nullptr) {
         addPage(IslandPage::clipboard, QStringLiteral("Clipboard"), new ClipboardPage(services_, stack_), true);

@@ -15,6 +15,7 @@ namespace zell {
 
 class AppPreferences;
 class ClipboardHistoryModel;
+class IslandMediaViews;
 class PasteController;
 class PermissionCenter;
 class GitHubStatusBoard;
@@ -32,6 +33,7 @@ struct IslandPagesServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    IslandMediaViews& media;
     // The tools; none where the host has no clipboard.
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;

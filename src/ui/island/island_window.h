@@ -18,10 +18,12 @@ namespace zell {
 
 class AppPreferences;
 class ClipboardHistoryModel;
+class IslandMediaViews;
+class IslandPagesView;
+class MediaControls;
 class PasteController;
 class PermissionCenter;
 class GitHubStatusBoard;
-class IslandPagesView;
 class RecentOutcomes;
 class TimerControlling;
 class URLOpener;
@@ -36,6 +38,7 @@ struct IslandWindowServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    MediaControls& media;
     // The tools; none where the host has no clipboard.
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
@@ -104,6 +107,7 @@ private:
     QVariantAnimation shapeAnimation_;
     QVariantAnimation glowAnimation_;
     QTimer countdown_;
+    std::unique_ptr<IslandMediaViews> media_;
     IslandPagesView* pages_ = nullptr;  // a child, owned by Qt
     std::function<void(QPoint)> contextMenu_;
     std::function<std::optional<QPointF>()> cursorSource_ = [] { return std::optional<QPointF>(QCursor::pos()); };

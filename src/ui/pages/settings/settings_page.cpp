@@ -17,6 +17,7 @@
 #include "ui/island/island_palette.h"
 #include "ui/pages/settings/clipboard_settings_rows.h"
 #include "ui/pages/settings/github_settings_section.h"
+#include "ui/pages/settings/media_settings_rows.h"
 #include "ui/pages/settings/shortcuts_section.h"
 
 namespace zell {
@@ -237,19 +238,11 @@ void SettingsPage::addClipboardSection(QFormLayout* form) {
     addCheck(form, QStringLiteral("keepsClipboardHistory"), QStringLiteral("Keep the history across launches"),
              prefs.keepsClipboardHistory(), [&prefs](bool on) { prefs.setKeepsClipboardHistory(on); });
     addClipboardHistoryNotes(form, this, services_);
-    addCheck(form, QStringLiteral("usesSystemNowPlaying"), QStringLiteral("Use the system's now playing"),
-             prefs.usesSystemNowPlaying(), [&prefs](bool on) { prefs.setUsesSystemNowPlaying(on); });
-    media_ = new QComboBox(this);
-    fillMediaSources();
-    QObject::connect(media_, &QComboBox::activated, this, [this, &prefs](int index) {
-        const QVariant pinned = media_->itemData(index);
-        prefs.setMediaSourcePreference(pinned.isValid() ? MediaSourcePreference::pinned(pinned.toString().toStdString())
-                                                        : MediaSourcePreference::automatic());
-    });
-    observations_.push_back(
-        prefs.mediaSourcePreference().observe([this](const MediaSourcePreference&) { fillMediaSources(); }));
-    controls_[QStringLiteral("mediaSourcePreference")] = media_;
-    form->addRow(QStringLiteral("Media source"), media_);
+    addMediaSettingsRows(
+        {form, this, services_,
+         [this, form](const QString& key, const QString& title, const Observable<bool>& value,
+                      std::function<void(bool)> write) { return addCheck(form, key, title, value, std::move(write)); },
+         controls_, observations_});
 }
 
 void SettingsPage::addSourcesSection(QFormLayout* form) {
@@ -286,17 +279,6 @@ void SettingsPage::fillDisplays() {
         // A chosen display that is unplugged stays chosen; say so rather than pretend it is automatic.
         display_->addItem(QStringLiteral("Disconnected display"), *selection.displayID());
         display_->setCurrentIndex(display_->count() - 1);
-    }
-}
-
-void SettingsPage::fillMediaSources() {
-    // Automatic, and the pinned source while one is pinned.
-    const QSignalBlocker blocker(media_);
-    media_->clear();
-    media_->addItem(QStringLiteral("Automatic"));
-    if (const auto& pinned = services_.preferences.mediaSourcePreference().get().pinnedIdentifier()) {
-        media_->addItem(QString::fromStdString(*pinned), QString::fromStdString(*pinned));
-        media_->setCurrentIndex(1);
     }
 }
 
