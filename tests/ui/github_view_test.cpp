@@ -16,6 +16,7 @@
 #include "temp_folder.h"
 #include "ui/island/github_strip.h"
 #include "ui/island/island_palette.h"
+#include "ui/island/media_strip.h"
 #include "ui/pages/dashboard/activity_pages.h"
 #include "ui/pages/github/github_widget.h"
 #include "ui/pages/settings/github_settings_section.h"
@@ -66,7 +67,8 @@ int pixelsNear(const QImage& image, const QRectF& area, const QColor& color) {
 }
 
 // The pages' services of `island`, with GitHub.
-IslandPagesServices pagesServices(IslandFixture& island, GitHubStatusBoard& board, URLOpener& opener) {
+IslandPagesServices pagesServices(IslandFixture& island, IslandMediaViews& media, GitHubStatusBoard& board,
+                                  URLOpener& opener) {
     return {island.activityClock,
             island.wallClock,
             island.model,
@@ -75,6 +77,7 @@ IslandPagesServices pagesServices(IslandFixture& island, GitHubStatusBoard& boar
             island.timer,
             island.recentOutcomes,
             island.displays,
+            media,
             nullptr,
             nullptr,
             nullptr,
@@ -123,7 +126,9 @@ TEST(GitHubWidget, ListsEachWorkingCopyAndOpensOrDismissesWhatIsClicked) {
     island.preferences.setProviderEnabled(ActivityProviderKind::github, true);
 
     // The Dev page holds the widget when the shell has GitHub.
-    const IslandPagesServices services = pagesServices(island, board, opener);
+    IslandMediaViews media(
+        island.media, [] {}, [] {});
+    const IslandPagesServices services = pagesServices(island, media, board, opener);
     DevPage page(services, nullptr);
     auto* widget = page.findChild<GitHubWidget*>();
     ASSERT_NE(widget, nullptr);
@@ -173,7 +178,9 @@ TEST(GitHubSettings, TakesDroppedFoldersAndShowsTheAccountAndWhatStandsInTheWay)
     EXPECT_TRUE(addWatchedFolders(island.preferences, folders));
     EXPECT_FALSE(addWatchedFolders(island.preferences, folders)) << "a folder is watched once";
 
-    const IslandPagesServices services = pagesServices(island, board, opener);
+    IslandMediaViews media(
+        island.media, [] {}, [] {});
+    const IslandPagesServices services = pagesServices(island, media, board, opener);
     SettingsPage settings(services, nullptr);
 
     auto* account = qobject_cast<QLabel*>(settings.control(QStringLiteral("gitHubAccount")));

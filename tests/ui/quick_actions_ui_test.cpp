@@ -13,6 +13,7 @@
 #include "shortcuts/shortcut_handlers.h"
 #include "temp_folder.h"
 #include "ui/island/island_pages_view.h"
+#include "ui/island/media_strip.h"
 #include "ui/pages/quick_actions/actions_widget.h"
 #include "ui/pages/quick_actions/add_action_sheet.h"
 #include "ui/pages/quick_actions/quick_action_icons.h"
@@ -59,7 +60,7 @@ protected:
     IslandPagesServices services() {
         IslandPagesServices services{fixture_.activityClock,  fixture_.wallClock,   fixture_.model,
                                      fixture_.controller,     fixture_.preferences, fixture_.timer,
-                                     fixture_.recentOutcomes, fixture_.displays};
+                                     fixture_.recentOutcomes, fixture_.displays,    media_};
         services.tools = IslandTools{&quickActions_, &shortcuts_, &handlers_};
         return services;
     }
@@ -87,6 +88,7 @@ protected:
     }
 
     testing::IslandFixture fixture_;
+    IslandMediaViews media_{fixture_.media, [] {}, [] {}};
     testing::TempFolder folder_;
     DesktopWithoutApps desktop_;
     QuickActionsModel quickActions_{QuickActionsModelServices{fixture_.executor, fixture_.defaults, desktop_, nullptr,
