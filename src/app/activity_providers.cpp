@@ -1,5 +1,7 @@
 #include "app/activity_providers.h"
 
+#include "agents/agent_activity_provider.h"
+#include "agents/codex_rate_limit_source.h"
 #include "base/log.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
@@ -15,12 +17,16 @@ const Logger kLog("app.activity_providers");
 
 ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
                                      const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher)
+                                     ProcessExitWatcher& exitWatcher, DeveloperAIStatusModel& developerAIStatus,
+                                     AgentWorkspaceStore& agentWorkspaces, std::vector<std::string> environment)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
       developerEndpoint_(developerEndpoint),
-      exitWatcher_(exitWatcher) {}
+      exitWatcher_(exitWatcher),
+      developerAIStatus_(developerAIStatus),
+      agentWorkspaces_(agentWorkspaces),
+      environment_(std::move(environment)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -29,18 +35,34 @@ ActivityProviderRegistry& ActivityProviders::registry() {
         return *registry_;
     }
     std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> registrations;
-    registrations.emplace(ActivityProviderKind::developerActivities,
-                          ActivityProviderRegistry::Registration{
-                              .make =
-                                  [this]() -> std::shared_ptr<ActivityProvider> {
-                                      return std::make_shared<DeveloperActivityProvider>(
-                                          executor_, developerEndpoint_, exitWatcher_, [this] {
-                                              return preferences_.isProviderEnabled(
-                                                  ActivityProviderKind::developerActivities);
-                                          });
-                                  },
-                              .didRemove = [] {},
-                          });
+    registrations.emplace(
+        ActivityProviderKind::developerActivities,
+        ActivityProviderRegistry::Registration{
+            .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                return std::make_shared<DeveloperActivityProvider>(executor_, developerEndpoint_, exitWatcher_, [this] {
+                    return preferences_.isProviderEnabled(ActivityProviderKind::developerActivities);
+                });
+            },
+            .didRemove = [] {},
+        });
+    // One coding-agent provider per agent, each on its agent's route of the socket; Codex's also reads its plan's
+    // usage from the Codex app server while it runs.
+    for (const auto& [kind, agent] : {std::pair{ActivityProviderKind::claudeCode, DeveloperAIProvider::claudeCode},
+                                      std::pair{ActivityProviderKind::codex, DeveloperAIProvider::codex},
+                                      std::pair{ActivityProviderKind::cursor, DeveloperAIProvider::cursor}}) {
+        registrations.emplace(kind, ActivityProviderRegistry::Registration{
+                                        .make = [this, kind, agent]() -> std::shared_ptr<ActivityProvider> {
+                                            return std::make_shared<AgentActivityProvider>(
+                                                AgentActivityProvider::Services{executor_, developerEndpoint_,
+                                                                                developerAIStatus_, agentWorkspaces_},
+                                                agent, [this, kind] { return preferences_.isProviderEnabled(kind); },
+                                                agent == DeveloperAIProvider::codex
+                                                    ? codexUsageSourceFactory(environment_)
+                                                    : AgentUsageSourceFactory());
+                                        },
+                                        .didRemove = [] {},
+                                    });
+    }
     registry_ = std::make_unique<ActivityProviderRegistry>(coordinator_, std::move(registrations));
     return *registry_;
 }

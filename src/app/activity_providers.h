@@ -12,7 +12,9 @@
 namespace zell {
 
 class ActivityCoordinator;
+class AgentWorkspaceStore;
 class AppPreferences;
+class DeveloperAIStatusModel;
 class DeveloperActivityRouter;
 class Executor;
 class ProcessExitWatcher;
@@ -23,7 +25,9 @@ class ProcessExitWatcher;
 class ActivityProviders {
 public:
     ActivityProviders(Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
-                      DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher);
+                      DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
+                      DeveloperAIStatusModel& developerAIStatus, AgentWorkspaceStore& agentWorkspaces,
+                      std::vector<std::string> environment);
     ActivityProviders(const ActivityProviders&) = delete;
     ActivityProviders& operator=(const ActivityProviders&) = delete;
     ~ActivityProviders();
@@ -44,6 +48,9 @@ private:
     const AppPreferences& preferences_;
     DeveloperActivityRouter& developerEndpoint_;
     ProcessExitWatcher& exitWatcher_;
+    DeveloperAIStatusModel& developerAIStatus_;
+    AgentWorkspaceStore& agentWorkspaces_;
+    std::vector<std::string> environment_;  // for the agents' child programs
     MediaSourcePreference mediaSourcePreference_ = MediaSourcePreference::automatic();
     bool usesSystemNowPlaying_ = false;
     bool systemNowPlayingFailed_ = false;

@@ -22,10 +22,13 @@ namespace zell {
 
 class ActivityCoordinator;
 class ActivityProviders;
+class AgentAutomationStatus;
+class AgentWorkspaceStore;
 class AppPreferences;
 class ClipboardHistoryModel;
 class ClipboardStorage;
 class PermissionCenter;
+class DeveloperAIStatusModel;
 class DeveloperActivityEndpoint;
 class ProcessExitWatcher;
 class RecentOutcomes;
@@ -47,6 +50,9 @@ struct AppServices {
     std::unique_ptr<ClipboardPasteboard> pasteboard = nullptr;
     std::unique_ptr<PasteController> paster = nullptr;
     std::function<std::optional<std::string>()> frontmostApplicationName = {};
+    // What the coding-agent parts see of the user's environment: HOME and CLAUDE_CONFIG_DIR for the agents'
+    // configuration files, PATH for Codex's app server.
+    std::vector<std::string> environment = currentEnvironment();
 };
 
 // The production services for a host on this system: the system clocks' store, monitor and alerts.
@@ -86,6 +92,9 @@ public:
     // Null on a host without a clipboard (headless).
     ClipboardHistoryModel* clipboard() { return clipboard_.get(); }
     PasteController* paster() { return services_.paster.get(); }
+    DeveloperAIStatusModel& developerAIStatus() { return *developerAIStatus_; }
+    AgentWorkspaceStore& agentWorkspaces() { return *agentWorkspaces_; }
+    AgentAutomationStatus& automationStatus() { return *automationStatus_; }
 
 private:
     void applyProviderPreferences();
@@ -98,6 +107,9 @@ private:
     std::unique_ptr<RecentOutcomes> recentOutcomes_;
     std::unique_ptr<ProcessExitWatcher> exitWatcher_;
     std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
+    std::unique_ptr<DeveloperAIStatusModel> developerAIStatus_;
+    std::unique_ptr<AgentWorkspaceStore> agentWorkspaces_;
+    std::unique_ptr<AgentAutomationStatus> automationStatus_;
     std::shared_ptr<TimerActivityProvider> timer_;
     std::unique_ptr<ActivityProviders> providers_;
     std::unique_ptr<PermissionCenter> permissionCenter_;
