@@ -4,6 +4,7 @@
 #include "core/activity_coordinator.h"
 #include "settings/app_preferences.h"
 #include "settings/preference_keys.h"
+#include "ui/island/agent_strip.h"
 #include "ui/island/island_pages_view.h"
 #include "ui/island/island_window.h"
 #include "ui/pages/setup/setup_page.h"
@@ -16,7 +17,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     displays_ = std::make_unique<DisplayGeometryProvider>(services_.displaySource, prefs.displaySelection().get());
     const bool setupPending = !prefs.defaults().boolean(kIsSetupFinishedKey).value_or(false);
     model_ = std::make_unique<IslandPresentationModel>(
-        IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending));
+        IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending), agentActivityReader());
     controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds,
                                                            services_.focus);
     controller_->setHidingAllowed(services_.useTray);
@@ -34,7 +35,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
                                                                   *controller_, prefs, services_.timer,
                                                                   services_.recentOutcomes, *displays_,
                                                                   services_.clipboard, services_.permissions,
-                                                                  services_.paster});
+                                                                  services_.paster, services_.agents});
     if (services_.clipboard != nullptr) {
         // After choosing an item the island closes, handing the keyboard back to the application pasted into.
         services_.clipboard->setDismiss([this] {

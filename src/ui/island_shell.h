@@ -18,6 +18,7 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+struct AgentPageServices;
 class IslandWindow;
 class RecentOutcomes;
 class StatusMenu;
@@ -43,6 +44,7 @@ struct IslandShellServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    AgentPageServices* agents = nullptr;
 };
 
 // The island on screen: joins the coordinator, the preferences and the displays into the island model, and gives

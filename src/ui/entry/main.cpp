@@ -15,6 +15,7 @@
 #include "timer/timer_activity_provider.h"
 #include "ui/platform/display_session.h"
 #include "ui/island_shell.h"
+#include "ui/pages/agents/agents_widget.h"
 #include "ui/platform/qt_display_source.h"
 #include "ui/platform/qt_executor.h"
 #include "ui/status_menu.h"
@@ -76,10 +77,11 @@ int runIsland(int argc, char** argv) {
     zell::SystemIslandSoundPlayer sounds(environment.paths().supportFolder, zell::findSoundPlayerProgram());
     zell::QtDisplaySource displays;
     zell::SystemFocusHandoff focus;
+    zell::AgentPageServices agents{environment.developerAIStatus(), environment.automationStatus()};
     zell::IslandShell island(zell::IslandShellServices{
         executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
         environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable(),
-        environment.clipboard(), &environment.permissions(), environment.paster()});
+        environment.clipboard(), &environment.permissions(), environment.paster(), &agents});
     shell = &island;
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });

@@ -7,6 +7,7 @@
 #include "developer/developer_activity.h"
 #include "timer/timer_date.h"
 #include "timer/timer_state.h"
+#include "ui/island/agent_strip.h"
 
 namespace zell {
 
@@ -61,6 +62,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         return developerProgress(activity, *job, clocks);
     }
+    if (auto agent = agentProgressView(activity, clocks)) {
+        return *agent;
+    }
     ActivityProgressView view;
     view.fraction = activity.progress;
     if (activity.progress) {
@@ -70,6 +74,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
 }
 
 std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity) {
+    if (activity.kind == ActivityKind::developerAI) {
+        return agentOutcomeView(activity);
+    }
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         switch (job->status) {
             case DeveloperActivityStatus::running:

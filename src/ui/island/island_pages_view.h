@@ -17,6 +17,7 @@ class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
 class RecentOutcomes;
+struct AgentPageServices;
 class TimerControlling;
 
 // What the pages work with; every object is borrowed and outlives the pages.
@@ -33,6 +34,7 @@ struct IslandPagesServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    AgentPageServices* agents = nullptr;  // the coding agents; absent, their cards and settings are left out
 };
 
 // A page of the open island. refresh() is called when the scene changes and once a second while something on

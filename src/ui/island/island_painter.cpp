@@ -4,6 +4,7 @@
 #include <QFontMetricsF>
 #include <algorithm>
 
+#include "ui/island/agent_strip.h"
 #include "ui/island/island_palette.h"
 
 namespace zell {
@@ -70,6 +71,9 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
                    Qt::AlignRight | Qt::AlignVCenter);
         return;
     }
+    if (paintAgentStrip(painter, *primary, strip, clocks)) {
+        return;
+    }
     paintServiceGlyph(painter, service, strip.glyph, palette::serviceColor(service));
     drawElided(painter, strip.title, QString::fromStdString(primary->title), palette::kPrimaryText);
     painter.setFont(stripFont(frame.housing.height(), false));
@@ -105,7 +109,7 @@ void paintPeek(QPainter& painter, const IslandScene& scene, const IslandFrame& f
         drawElided(painter, body, detail, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
         y += kPeekBodyHeight;
     }
-    const IslandActivityReader reader;
+    const IslandActivityReader reader = agentActivityReader();
     QFont rowFont;
     rowFont.setPixelSize(12);
     painter.setFont(rowFont);

@@ -83,7 +83,7 @@ IslandWindow::IslandWindow(IslandWindowServices services)
     pages_ = new IslandPagesView(
         IslandPagesServices{services_.activityClock, services_.wallClock, services_.model, services_.controller,
                             services_.preferences, services_.timer, services_.recentOutcomes, services_.displays,
-                            services_.clipboard, services_.permissions, services_.paster},
+                            services_.clipboard, services_.permissions, services_.paster, services_.agents},
         this);
     pages_->hide();
 

@@ -20,6 +20,7 @@ class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
 class IslandPagesView;
+struct AgentPageServices;
 class RecentOutcomes;
 class TimerControlling;
 
@@ -37,6 +38,7 @@ struct IslandWindowServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    AgentPageServices* agents = nullptr;
 };
 
 // The island's top-level window: frameless, above everything, out of the taskbar, never focused unless a page

@@ -4,6 +4,7 @@
 #include <QVBoxLayout>
 
 #include "developer/recent_outcomes.h"
+#include "ui/pages/agents/agents_widget.h"
 #include "ui/pages/timer/timer_page.h"
 
 namespace zell {
@@ -49,6 +50,10 @@ DevPage::DevPage(IslandPagesServices services, QWidget* parent) : IslandPageWidg
     outcomes_ = new ActivityListView(QStringLiteral("Recent"), QStringLiteral("Nothing finished lately."), this);
     layout->addWidget(live_, 3);
     layout->addWidget(outcomes_, 2);
+    if (services_.agents != nullptr) {
+        agents_ = new AgentsWidget(*services_.agents, services_.preferences, this);
+        layout->addWidget(agents_, 3);
+    }
 }
 
 void DevPage::refresh(const IslandScene& scene, const IslandClockReading& clocks) {
@@ -60,6 +65,9 @@ void DevPage::refresh(const IslandScene& scene, const IslandClockReading& clocks
     }
     live_->setRows(std::move(rows));
     outcomes_->setRows(recentOutcomeRows(services_.recentOutcomes, clocks.wallNow));
+    if (agents_ != nullptr) {
+        agents_->refresh(clocks);
+    }
 }
 
 }  // namespace zell

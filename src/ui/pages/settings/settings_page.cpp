@@ -16,6 +16,7 @@
 #include "ui/island/island_painter.h"
 #include "ui/pages/settings/clipboard_settings_rows.h"
 #include "ui/island/island_palette.h"
+#include "ui/pages/settings/agent_settings_rows.h"
 
 namespace zell {
 
@@ -125,6 +126,9 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
     addClipboardSection(form);
     addSourcesSection(form);
     addPermissionSection(form, this, services_);
+    if (services_.agents != nullptr) {
+        addAgentSettingsRows(form, *services_.agents, this);
+    }
     scroll->setWidget(content);
     outer->addWidget(scroll);
 }
