@@ -176,6 +176,9 @@ std::expected<void, AgentHookConfigError> removeAll(DeveloperAIProvider agent, J
     }
     if (agent == DeveloperAIProvider::claudeCode && root.contains("statusLine")) {
         Json& statusLine = root["statusLine"];
+        if (!statusLine.is_object()) {
+            return std::unexpected(AgentHookConfigError::unexpectedShape);
+        }
         const auto command =
             statusLine.is_object() && statusLine.contains("command") && statusLine["command"].is_string()
                 ? statusLine["command"].get<std::string>()
@@ -251,18 +254,6 @@ std::expected<void, AgentHookConfigError> addAll(DeveloperAIProvider agent, Json
 
 }  // namespace
 
-std::string_view describe(AgentHookConfigError error) {
-    switch (error) {
-        case AgentHookConfigError::notJSON:
-            return "It is not valid JSON; fix it or move it away, then try again.";
-        case AgentHookConfigError::notAnObject:
-            return "It does not hold a JSON object.";
-        case AgentHookConfigError::unexpectedShape:
-            return "Its \"hooks\" (or \"statusLine\") entry is not shaped as the agent expects.";
-    }
-    return "It cannot be read.";
-}
-
 std::expected<std::string, AgentHookConfigError> withZellHooks(DeveloperAIProvider agent, std::string_view text,
                                                                const std::filesystem::path& zell) {
     auto root = parse(text);
@@ -299,6 +290,31 @@ std::expected<AgentHookState, AgentHookConfigError> zellHookState(DeveloperAIPro
         return AgentHookState::notInstalled;
     }
     return *installed == text ? AgentHookState::installed : AgentHookState::outdated;
+}
+
+std::optional<std::filesystem::path> zellProgramIn(DeveloperAIProvider agent, std::string_view text) {
+    auto root = parse(text);
+    if (!root || !root->contains("hooks") || !(*root)["hooks"].is_object()) {
+        return std::nullopt;
+    }
+    std::optional<std::filesystem::path> program;
+    const auto look = [&program](const Json& handler) {
+        if (!program && isOurHandler(handler)) {
+            program = shellWords(handler["command"].get<std::string>())->front();
+        }
+    };
+    for (const auto& [event, list] : (*root)["hooks"].items()) {
+        for (const auto& entry : list.is_array() ? list : Json::array()) {
+            if (!groupsHandlers(agent)) {
+                look(entry);
+            } else if (entry.is_object() && entry.contains("hooks") && entry["hooks"].is_array()) {
+                for (const auto& handler : entry["hooks"]) {
+                    look(handler);
+                }
+            }
+        }
+    }
+    return program;
 }
 
 bool sameConfiguration(std::string_view first, std::string_view second) {

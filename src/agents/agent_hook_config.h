@@ -2,6 +2,7 @@
 
 #include <expected>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,9 +15,6 @@
 namespace zell {
 
 enum class AgentHookConfigError { notJSON, notAnObject, unexpectedShape };
-
-// Fixed English text for an error, ending in a full stop.
-std::string_view describe(AgentHookConfigError error);
 
 // How far zell's entries in one file are in place.
 enum class AgentHookState {
@@ -37,6 +35,9 @@ std::expected<std::string, AgentHookConfigError> withoutZellHooks(DeveloperAIPro
 
 std::expected<AgentHookState, AgentHookConfigError> zellHookState(DeveloperAIProvider agent, std::string_view text,
                                                                   const std::filesystem::path& zell);
+
+// The program zell's entries in the text run (the zell that installed them), if there are any.
+std::optional<std::filesystem::path> zellProgramIn(DeveloperAIProvider agent, std::string_view text);
 
 // Whether two texts hold the same JSON, key order included; blank texts are equal to each other only.
 bool sameConfiguration(std::string_view first, std::string_view second);

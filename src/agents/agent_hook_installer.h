@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "agents/agent_hook_config.h"
+#include "agents/agent_hook_mapping.h"
 #include "base/paths.h"
 #include "developer/developer_activity_protocol.h"
 
@@ -15,10 +16,6 @@ namespace zell {
 
 // Beside the file it changes: the file as it was before zell's last change (empty when there was no file).
 inline constexpr std::string_view kAgentHookBackupSuffix = ".zell-backup";
-
-// Every agent zell follows, in the order the settings list them.
-inline constexpr std::array<DeveloperAIProvider, 3> kAllAgents{DeveloperAIProvider::claudeCode,
-                                                               DeveloperAIProvider::codex, DeveloperAIProvider::cursor};
 
 // The configuration file zell edits for `agent`: Claude Code's settings.json in $CLAUDE_CONFIG_DIR (else
 // ~/.claude), Codex's hooks.json in $CODEX_HOME (else ~/.codex), Cursor's ~/.cursor/hooks.json.

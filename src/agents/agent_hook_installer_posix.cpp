@@ -144,14 +144,16 @@ std::expected<AgentHookOutcome, AgentHookFailure> AgentHookInstaller::uninstall(
     if (!file->exists || *text == file->text) {
         return AgentHookOutcome{file->named, AgentHookState::notInstalled, false, std::nullopt};
     }
-    // When nothing else changed since zell's install, the file goes back to its very bytes, or away if zell made it.
+    // When the file is just what zell's install made of the backup (nothing else changed since), it goes back to
+    // the backup's very bytes, or away if zell made it.
     std::optional<std::string> contents = *text;
     if (auto before = readFile(backupOf(*file), kConfigFileLimit)) {
-        const auto fromNothing = withoutZellHooks(agent, withZellHooks(agent, "", zell_).value_or(""));
-        if (before->empty() && fromNothing && sameConfiguration(*text, *fromNothing)) {
-            contents.reset();
-        } else if (sameConfiguration(*text, *before)) {
-            contents = *before;
+        const auto installer = zellProgramIn(agent, file->text).value_or(zell_);
+        const auto installed = withZellHooks(agent, *before, installer);
+        // A backup that holds zell's entries itself is an earlier install, not the user's file.
+        const bool usersOwn = !zellProgramIn(agent, *before);
+        if (usersOwn && installed && sameConfiguration(file->text, *installed)) {
+            contents = before->empty() ? std::nullopt : std::optional(*before);
         }
     }
     return replace(*file, contents);

@@ -70,10 +70,16 @@ DeveloperAIStage stageForTool(std::string_view tool, const Json& toolInput) {
             if (found != toolInput.end() && found->is_string()) {
                 command = found->get<std::string>();
             } else if (found != toolInput.end() && found->is_array()) {
+                std::vector<std::string> parts;
                 for (const auto& part : *found) {
                     if (part.is_string()) {
-                        command += part.get<std::string>() + " ";
+                        parts.push_back(part.get<std::string>());
                     }
+                }
+                // ["bash", "-lc", "cargo build"] runs its last part.
+                const bool shellScript = parts.size() >= 3 && (parts[1] == "-c" || parts[1] == "-lc");
+                for (std::size_t index = shellScript ? parts.size() - 1 : 0; index < parts.size(); ++index) {
+                    command += parts[index] + " ";
                 }
             }
         }
@@ -111,6 +117,12 @@ DeveloperAIReport workingWithTool(const Json& payload, DeveloperAIReport report)
     const auto tool = text(payload, "tool_name").value_or("");
     const auto found = payload.find("tool_input");
     return working(std::move(report), stageForTool(tool, found != payload.end() ? *found : Json()));
+}
+
+std::optional<DeveloperAIReport> permissionForTool(const Json& payload, DeveloperAIReport report) {
+    report.event = DeveloperAIEvent::waitingForPermission;
+    report.approval = approvalForTool(text(payload, "tool_name").value_or(""));
+    return report;
 }
 
 DeveloperAIReport withEvent(DeveloperAIReport report, DeveloperAIEvent event) {

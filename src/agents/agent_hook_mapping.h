@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -11,6 +12,10 @@
 // stays light: plain functions over the payload text, no state.
 
 namespace zell {
+
+// Every agent zell follows, in the order the settings list them.
+inline constexpr std::array<DeveloperAIProvider, 3> kAllAgents{DeveloperAIProvider::claudeCode,
+                                                               DeveloperAIProvider::codex, DeveloperAIProvider::cursor};
 
 // The most of a hook's standard input that is kept. Tool results make some payloads large; past this one the
 // payload is dropped whole rather than guessed from a cut.

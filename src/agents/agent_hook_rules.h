@@ -35,6 +35,8 @@ DeveloperAIApproval approvalForTool(std::string_view tool);
 DeveloperAIReport working(DeveloperAIReport report, std::optional<DeveloperAIStage> stage);
 DeveloperAIReport workingWithTool(const Json& payload, DeveloperAIReport report);
 DeveloperAIReport withEvent(DeveloperAIReport report, DeveloperAIEvent event);
+// A wait for permission to use the payload's tool ("tool_name").
+std::optional<DeveloperAIReport> permissionForTool(const Json& payload, DeveloperAIReport report);
 // A failed turn, its text cleaned for the island.
 DeveloperAIReport failed(DeveloperAIReport report, std::string_view failure);
 

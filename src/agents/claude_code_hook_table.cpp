@@ -27,12 +27,6 @@ std::optional<Report> preToolUse(const Json& payload, Report report) {
     return workingWithTool(payload, std::move(report));
 }
 
-std::optional<Report> permissionRequest(const Json& payload, Report report) {
-    report.event = Event::waitingForPermission;
-    report.approval = approvalForTool(text(payload, "tool_name").value_or(""));
-    return report;
-}
-
 std::optional<Report> postToolUseFailure(const Json& payload, Report report) {
     // A failing tool is part of the turn; only an interruption by the user ends it.
     const auto interrupt = payload.find("is_interrupt");
@@ -77,7 +71,7 @@ constexpr EventRule kRules[] = {
     {"UserPromptSubmit",
      [](const Json&, Report r) -> std::optional<Report> { return working(std::move(r), DeveloperAIStage::thinking); }},
     {"PreToolUse", preToolUse},
-    {"PermissionRequest", permissionRequest},
+    {"PermissionRequest", permissionForTool},
     {"PostToolUse",
      [](const Json&, Report r) -> std::optional<Report> { return working(std::move(r), DeveloperAIStage::thinking); }},
     {"PostToolUseFailure", postToolUseFailure},

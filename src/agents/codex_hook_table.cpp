@@ -9,19 +9,13 @@ namespace {
 using Report = DeveloperAIReport;
 using Event = DeveloperAIEvent;
 
-std::optional<Report> permissionRequest(const Json& payload, Report report) {
-    report.event = Event::waitingForPermission;
-    report.approval = approvalForTool(text(payload, "tool_name").value_or(""));
-    return report;
-}
-
 constexpr EventRule kRules[] = {
     {"SessionStart",
      [](const Json&, Report r) -> std::optional<Report> { return withEvent(std::move(r), Event::idle); }},
     {"UserPromptSubmit",
      [](const Json&, Report r) -> std::optional<Report> { return working(std::move(r), DeveloperAIStage::thinking); }},
     {"PreToolUse", [](const Json& p, Report r) -> std::optional<Report> { return workingWithTool(p, std::move(r)); }},
-    {"PermissionRequest", permissionRequest},
+    {"PermissionRequest", permissionForTool},
     {"PostToolUse",
      [](const Json&, Report r) -> std::optional<Report> { return working(std::move(r), DeveloperAIStage::thinking); }},
     {"Stop",

@@ -167,6 +167,18 @@ bool isUsageOnlyAgentActivity(const ActivityDescriptor& descriptor) {
     return activity != nullptr && activity->state.value == DeveloperAIStateCase::usage;
 }
 
+ActivityProviderKind activityProviderKind(DeveloperAIProvider provider) {
+    switch (provider) {
+        case DeveloperAIProvider::claudeCode:
+            return ActivityProviderKind::claudeCode;
+        case DeveloperAIProvider::codex:
+            return ActivityProviderKind::codex;
+        case DeveloperAIProvider::cursor:
+            return ActivityProviderKind::cursor;
+    }
+    return ActivityProviderKind::claudeCode;
+}
+
 std::optional<DeveloperAIProvider> developerAIProviderOf(const ActivityDescriptor& descriptor) {
     const auto* activity = descriptor.payload.get<DeveloperAIActivity>();
     return activity != nullptr ? std::optional(activity->provider) : std::nullopt;

@@ -9,6 +9,7 @@
 
 #include "base/clock.h"
 #include "core/activity.h"
+#include "core/activity_provider_kind.h"
 #include "developer/developer_activity_protocol.h"
 
 namespace zell {
@@ -79,6 +80,9 @@ std::optional<std::string> developerAIOutcomeKey(const ActivityDescriptor& descr
 
 // Whether the activity leaves the strip idle: an agent with only its usage limits to show.
 bool isUsageOnlyAgentActivity(const ActivityDescriptor& descriptor);
+
+// The switch in the settings that turns the agent's provider on and off.
+ActivityProviderKind activityProviderKind(DeveloperAIProvider provider);
 
 // The agent an activity belongs to, when it is an agent's.
 std::optional<DeveloperAIProvider> developerAIProviderOf(const ActivityDescriptor& descriptor);

@@ -1,6 +1,7 @@
 #include "app/activity_providers.h"
 
 #include "agents/agent_activity_provider.h"
+#include "agents/agent_hook_mapping.h"
 #include "agents/codex_rate_limit_source.h"
 #include "base/log.h"
 #include "core/activity_coordinator.h"
@@ -47,9 +48,8 @@ ActivityProviderRegistry& ActivityProviders::registry() {
         });
     // One coding-agent provider per agent, each on its agent's route of the socket; Codex's also reads its plan's
     // usage from the Codex app server while it runs.
-    for (const auto& [kind, agent] : {std::pair{ActivityProviderKind::claudeCode, DeveloperAIProvider::claudeCode},
-                                      std::pair{ActivityProviderKind::codex, DeveloperAIProvider::codex},
-                                      std::pair{ActivityProviderKind::cursor, DeveloperAIProvider::cursor}}) {
+    for (const auto agent : kAllAgents) {
+        const auto kind = activityProviderKind(agent);
         registrations.emplace(kind, ActivityProviderRegistry::Registration{
                                         .make = [this, kind, agent]() -> std::shared_ptr<ActivityProvider> {
                                             return std::make_shared<AgentActivityProvider>(

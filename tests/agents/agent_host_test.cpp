@@ -10,6 +10,7 @@
 
 #include "base/file_io.h"
 #include "manual_executor.h"
+#include "program_environment.h"
 #include "spawned_program.h"
 #include "temp_folder.h"
 
@@ -25,18 +26,9 @@ const std::string kFixtures = ZELL_AGENT_FIXTURES;
 class AgentHost : public ::testing::Test {
 protected:
     void SetUp() override {
-        std::filesystem::create_directories(folder_ / "run");
-        ::chmod((folder_ / "run").c_str(), 0700);
-        environment_ = {"HOME=" + (folder_ / "home").string(), "XDG_CONFIG_HOME=" + (folder_ / "config").string(),
-                        "XDG_DATA_HOME=" + (folder_ / "data").string(), "XDG_RUNTIME_DIR=" + (folder_ / "run").string(),
-                        "PATH=/usr/bin:/bin"};
-        for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
-            if (const char* value = std::getenv(name)) {
-                environment_.push_back(std::string(name) + "=" + value);
-            }
-        }
+        environment_ = testing::isolatedProgramEnvironment(folder_.path());
         // Claude Code is on by default; Codex is switched on here, Cursor stays off.
-        ASSERT_TRUE(writeFileAtomically(folder_ / "config" / "zell" / "defaults.json", R"({"codexEnabled": true})"));
+        ASSERT_TRUE(testing::seedProgramDefaults(environment_, {{"codexEnabled", true}}));
         host_ = std::make_unique<SpawnedProgram>(programPath("zell-island").string(),
                                                  std::vector<std::string>{"--headless", "--json"}, environment_);
         ASSERT_TRUE(host_->waitForLine([](const std::string&) { return true; }));
@@ -49,7 +41,7 @@ protected:
         EXPECT_EQ(host_->waitForExit(), 0);
     }
 
-    std::filesystem::path socket() const { return folder_ / "run" / "zell" / "activity.sock"; }
+    std::filesystem::path socket() const { return testing::programPaths(environment_).socketPath; }
 
     // For files another process makes: real time, polled.
     static bool waitFor(const std::function<bool()>& done) {

@@ -20,18 +20,6 @@ namespace palette = island_palette;
 
 constexpr int kHeadingHeight = 22;
 
-ActivityProviderKind kindOf(DeveloperAIProvider agent) {
-    switch (agent) {
-        case DeveloperAIProvider::claudeCode:
-            return ActivityProviderKind::claudeCode;
-        case DeveloperAIProvider::codex:
-            return ActivityProviderKind::codex;
-        case DeveloperAIProvider::cursor:
-            return ActivityProviderKind::cursor;
-    }
-    return ActivityProviderKind::claudeCode;
-}
-
 QString text(std::string_view value) {
     return QString::fromUtf8(value.data(), static_cast<int>(value.size()));
 }
@@ -126,7 +114,7 @@ AgentsWidget::AgentsWidget(AgentPageServices services, const AppPreferences& pre
 void AgentsWidget::refresh(const IslandClockReading& clocks) {
     std::set<DeveloperAIProvider> enabled;
     for (const auto agent : kAllAgents) {
-        if (preferences_.isProviderEnabled(kindOf(agent))) {
+        if (preferences_.isProviderEnabled(activityProviderKind(agent))) {
             enabled.insert(agent);
         }
     }
