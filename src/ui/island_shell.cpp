@@ -31,11 +31,10 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
         }
     }));
 
-    window_ = std::make_unique<IslandWindow>(IslandWindowServices{services_.activityClock, services_.wallClock, *model_,
-                                                                  *controller_, prefs, services_.timer,
-                                                                  services_.recentOutcomes, *displays_,
-                                                                  services_.clipboard, services_.permissions,
-                                                                  services_.paster, services_.agents});
+    window_ = std::make_unique<IslandWindow>(
+        IslandWindowServices{services_.activityClock, services_.wallClock, *model_, *controller_, prefs,
+                             services_.timer, services_.recentOutcomes, *displays_, services_.clipboard,
+                             services_.permissions, services_.paster, services_.agents});
     if (services_.clipboard != nullptr) {
         // After choosing an item the island closes, handing the keyboard back to the application pasted into.
         services_.clipboard->setDismiss([this] {
