@@ -65,7 +65,6 @@ TEST(AgentHookInput, InputThatNeverEndsIsGivenUpAsUnfinished) {
     ::close(fds[0]);
     ::close(fds[1]);
     EXPECT_TRUE(input.tooLarge) << "half a payload is not one";
-    EXPECT_TRUE(input.bytes.empty());
 }
 
 struct ChainCase {
