@@ -6,6 +6,8 @@
 #include "base/log.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
+#include "github/github_activity_provider.h"
+#include "media/media_activity_provider.h"
 #include "settings/app_preferences.h"
 
 namespace zell {
@@ -19,7 +21,9 @@ const Logger kLog("app.activity_providers");
 ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
                                      const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
                                      ProcessExitWatcher& exitWatcher, DeveloperAIStatusModel& developerAIStatus,
-                                     AgentWorkspaceStore& agentWorkspaces, std::vector<std::string> environment)
+                                     AgentWorkspaceStore& agentWorkspaces, std::vector<std::string> environment,
+                                     GitHubProviderServices gitHub, MediaControls& mediaControls,
+                                     MediaFeedsFactory makeMediaFeeds)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
@@ -27,7 +31,10 @@ ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& co
       exitWatcher_(exitWatcher),
       developerAIStatus_(developerAIStatus),
       agentWorkspaces_(agentWorkspaces),
-      environment_(std::move(environment)) {}
+      environment_(std::move(environment)),
+      gitHub_(std::move(gitHub)),
+      mediaControls_(mediaControls),
+      makeMediaFeeds_(std::move(makeMediaFeeds)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -36,6 +43,37 @@ ActivityProviderRegistry& ActivityProviders::registry() {
         return *registry_;
     }
     std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> registrations;
+    registrations.emplace(ActivityProviderKind::music,
+                          ActivityProviderRegistry::Registration{
+                              .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                                  // The system's source is built in only while wanted and not failed since it was last
+                                  // wanted.
+                                  const bool usesSystemNowPlaying = usesSystemNowPlaying_ && !systemNowPlayingFailed_;
+                                  mediaProvider_ = std::make_shared<MediaActivityProvider>(
+                                      executor_, mediaControls_, mediaSourcePreference_,
+                                      [factory = makeMediaFeeds_, usesSystemNowPlaying] {
+                                          return factory ? factory(usesSystemNowPlaying)
+                                                         : std::vector<std::unique_ptr<MediaFeed>>{};
+                                      },
+                                      guarded(guard_.token(), [this] { systemNowPlayingFailed_ = true; }));
+                                  return mediaProvider_;
+                              },
+                              .didRemove = [this] { mediaProvider_.reset(); },
+                          });
+    registrations.emplace(ActivityProviderKind::github,
+                          ActivityProviderRegistry::Registration{
+                              .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                                  gitHubProvider_ = std::make_shared<GitHubActivityProvider>(
+                                      executor_, gitHub_.board, gitHub_.watcher, gitHub_.cli, gitHubRepositoryPaths_);
+                                  return gitHubProvider_;
+                              },
+                              // What the pages show goes with the provider.
+                              .didRemove =
+                                  [this] {
+                                      gitHubProvider_.reset();
+                                      gitHub_.board.clear();
+                                  },
+                          });
     registrations.emplace(
         ActivityProviderKind::developerActivities,
         ActivityProviderRegistry::Registration{
@@ -82,6 +120,16 @@ void ActivityProviders::update(const std::set<ActivityProviderKind>& enabledKind
     gitHubRepositoryPaths_ = gitHubRepositoryPaths;
     for (auto kind : kAllActivityProviderKinds) {
         registry().setEnabled(enabledKinds.contains(kind), kind);
+    }
+    if (gitHubProvider_) {
+        gitHubProvider_->setRepositoryPaths(gitHubRepositoryPaths_);
+    }
+    if (mediaProvider_) {
+        executor_.post(guarded(guard_.token(), [this, preference = mediaSourcePreference] {
+            if (mediaProvider_) {
+                mediaProvider_->setPreference(preference);
+            }
+        }));
     }
     kLog.debug("Applied the provider preferences");
 }

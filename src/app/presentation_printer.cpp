@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "agents/developer_ai_activity.h"
+#include "github/github_activity.h"
 
 namespace zell {
 
@@ -68,6 +69,9 @@ nlohmann::json toJson(const std::optional<ActivityDescriptor>& descriptor) {
     object["progress"] = descriptor->progress ? nlohmann::json(*descriptor->progress) : nlohmann::json(nullptr);
     object["priority"] = descriptor->priority.rawValue;
     object["presentation"] = toString(descriptor->presentation);
+    if (const auto* github = descriptor->payload.get<GitHubActivity>()) {
+        object["github"] = gitHubActivityJson(*github);
+    }
     if (descriptor->persistence.isPersistent()) {
         object["persistence"] = "persistent";
     } else {

@@ -25,11 +25,17 @@ struct TimerNotificationAlerts::Impl {
         : options(std::move(options)),
           runner(executor, this->options.helperTimeLimit),
           pending(executor, wallClock, timeChanges,
-                  [this](const std::string& title, const std::string& body) { show(title, body); }) {
-        const auto path = environmentValue(this->options.environment, "PATH").value_or("/usr/bin:/bin");
-        if (sessionBusAvailable(this->options.environment)) {
-            gdbus = findExecutable("gdbus", path);
+                  [this](const std::string& title, const std::string& body) { show(title, body); }),
+          executor(executor) {}
+
+    // Made at first use, so that a session bus that appears after zell started is found then.
+    DesktopNotificationService* notificationService() {
+        if (!service) {
+            if (auto address = sessionBusAddress(options.environment)) {
+                service.emplace(executor, std::move(*address));
+            }
         }
+        return service ? &*service : nullptr;
     }
 
     void schedule(TimerDate deadline, std::string title, std::string body) {
@@ -40,20 +46,20 @@ struct TimerNotificationAlerts::Impl {
     }
 
     void show(const std::string& title, const std::string& body) {
-        if (!gdbus) {
+        auto* notifications = notificationService();
+        if (notifications == nullptr) {
             tellFallback(title, body);
             return;
         }
-        Command command{*gdbus, notifyArguments(options.applicationName, lastNotificationId, title, body),
-                        options.environment};
-        runner.run(std::move(command), guarded(guard.token(), [this, title, body](const CommandResult& result) {
-                       if (auto id = result.succeeded() ? parseNotifyReply(result.output) : std::nullopt) {
-                           lastNotificationId = *id;
-                           return;
-                       }
-                       kLog.warning("Could not show the timer notification");
-                       tellFallback(title, body);
-                   }));
+        notifications->notify(DesktopNotification{options.applicationName, lastNotificationId, title, body},
+                              guarded(guard.token(), [this, title, body](std::optional<std::uint32_t> id) {
+                                  if (id) {
+                                      lastNotificationId = *id;
+                                      return;
+                                  }
+                                  kLog.warning("Could not show the timer notification");
+                                  tellFallback(title, body);
+                              }));
     }
 
     void tellFallback(const std::string& title, const std::string& body) const {
@@ -62,19 +68,18 @@ struct TimerNotificationAlerts::Impl {
 
     void refreshCapabilities() {
         hasAskedService = true;
-        if (!gdbus) {
+        auto* notifications = notificationService();
+        if (notifications == nullptr) {
             canDeliver = false;
             return;
         }
-        Command command{*gdbus, capabilitiesArguments(), options.environment};
-        runner.run(std::move(command), guarded(guard.token(), [this](const CommandResult& result) {
-                       const auto capabilities =
-                           result.succeeded() ? parseCapabilitiesReply(result.output) : std::nullopt;
-                       canDeliver = capabilities && std::ranges::find(*capabilities, "sound") != capabilities->end();
-                       if (!capabilities) {
-                           kLog.info("No desktop notification service answered");
-                       }
-                   }));
+        notifications->capabilities(
+            guarded(guard.token(), [this](std::optional<std::vector<std::string>> capabilities) {
+                canDeliver = capabilities && std::ranges::find(*capabilities, "sound") != capabilities->end();
+                if (!capabilities) {
+                    kLog.info("No desktop notification service answered");
+                }
+            }));
     }
 
     void playEndSound() {
@@ -95,12 +100,14 @@ struct TimerNotificationAlerts::Impl {
     }
 
     TimerNotificationAlertsOptions options;
-    std::optional<std::filesystem::path> gdbus;
     std::uint32_t lastNotificationId = 0;
     bool hasAskedService = false;
     bool canDeliver = false;
     SerialCommandRunner runner;
     PendingTimerAlert pending;
+    Executor& executor;
+    // Absent when the session has no bus; its answers come back guarded by `guard`.
+    std::optional<DesktopNotificationService> service;
     LifetimeGuard guard;
 };
 

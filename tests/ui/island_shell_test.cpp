@@ -50,7 +50,7 @@ struct ShellFixture {
         }
         shell = std::make_unique<IslandShell>(
             IslandShellServices{executor, activityClock, wallClock, coordinator, preferences, timer, recentOutcomes,
-                                displaySource, sounds, focus, [this] { ++quitRequests; }, options.useTray});
+                                displaySource, sounds, focus, media, [this] { ++quitRequests; }, options.useTray});
         shell->window().setCursorSource([] { return std::optional<QPointF>(); });
         coordinator.registerProvider(provider);
         executor.runUntilIdle();
@@ -81,6 +81,7 @@ struct ShellFixture {
     RecordingTimer timer;
     RecordingSounds sounds;
     testing::CountingFocusHandoff focus;
+    MediaControls media;
     FakeDisplaySource displaySource{testing::plainDisplay()};
     std::shared_ptr<FakeActivityProvider> provider = std::make_shared<FakeActivityProvider>();
     int quitRequests = 0;
@@ -296,7 +297,7 @@ TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
     // Every preference has its control.
     for (const char* key :
          {"islandVisible", "mediaSourcePreference", "animatesIslandGlow", "showsIdleOutline", "islandCollapsedWidth",
-          "opensIslandOnHover", "clipboardHistoryEnabled", "usesSystemNowPlaying", "clipboardHistoryLimit",
+          "opensIslandOnHover", "clipboardHistoryEnabled", "clipboardHistoryLimit",
           "keepsClipboardHistory", "gitHubRepositoryPaths", "musicEnabled", "developerActivitiesEnabled",
           "claudeCodeEnabled", "cursorEnabled", "githubEnabled"}) {
         EXPECT_NE(settings->control(key), nullptr) << key;

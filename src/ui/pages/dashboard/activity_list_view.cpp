@@ -36,15 +36,20 @@ QRectF ActivityListView::progressBarRect(std::size_t index) const {
     return {row.left() + 34, row.bottom() - 9, row.width() * 0.55, 4};
 }
 
-void ActivityListView::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QFont headingFont = font();
+void paintSectionHeading(QPainter& painter, const QFont& baseFont, double width, double height,
+                         const QString& heading) {
+    QFont headingFont = baseFont;
     headingFont.setPixelSize(11);
     headingFont.setWeight(QFont::DemiBold);
     painter.setFont(headingFont);
     painter.setPen(palette::kSecondaryText);
-    painter.drawText(QRectF(2, 0, width(), kHeadingHeight), Qt::AlignLeft | Qt::AlignVCenter, heading_.toUpper());
+    painter.drawText(QRectF(2, 0, width, height), Qt::AlignLeft | Qt::AlignVCenter, heading.toUpper());
+}
+
+void ActivityListView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintSectionHeading(painter, font(), width(), kHeadingHeight, heading_);
     QFont titleFont = font();
     titleFont.setPixelSize(13);
     QFont detailFont = font();

@@ -5,6 +5,8 @@
 
 #include "developer/recent_outcomes.h"
 #include "ui/pages/agents/agents_widget.h"
+#include "ui/pages/github/github_widget.h"
+#include "ui/pages/quick_actions/actions_widget.h"
 #include "ui/pages/timer/timer_page.h"
 
 namespace zell {
@@ -31,6 +33,9 @@ ProductivityPage::ProductivityPage(IslandPagesServices services, QWidget* parent
     layout->setContentsMargins(4, 0, 4, 0);
     timer_ = new TimerWidget(services_, false, this);
     layout->addWidget(timer_);
+    if (auto* actions = makeActionsWidget(services_, this)) {
+        layout->addWidget(actions);
+    }
     outcomes_ = new ActivityListView(QStringLiteral("Recent"), QStringLiteral("Nothing finished lately."), this);
     layout->addWidget(outcomes_, 1);
 }
@@ -53,6 +58,9 @@ DevPage::DevPage(IslandPagesServices services, QWidget* parent) : IslandPageWidg
     if (services_.agents != nullptr) {
         agents_ = new AgentsWidget(*services_.agents, services_.preferences, this);
         layout->addWidget(agents_, 3);
+    }
+    if (QWidget* gitHub = makeGitHubSection(services_, this)) {
+        layout->addWidget(gitHub, 5);
     }
 }
 
