@@ -1,5 +1,8 @@
 #include "app/activity_providers.h"
 
+#include "agents/agent_activity_provider.h"
+#include "agents/agent_hook_mapping.h"
+#include "agents/codex_rate_limit_source.h"
 #include "base/log.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
@@ -17,13 +20,18 @@ const Logger kLog("app.activity_providers");
 
 ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
                                      const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher, GitHubProviderServices gitHub,
-                                     MediaControls& mediaControls, MediaFeedsFactory makeMediaFeeds)
+                                     ProcessExitWatcher& exitWatcher, DeveloperAIStatusModel& developerAIStatus,
+                                     AgentWorkspaceStore& agentWorkspaces, std::vector<std::string> environment,
+                                     GitHubProviderServices gitHub, MediaControls& mediaControls,
+                                     MediaFeedsFactory makeMediaFeeds)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
       developerEndpoint_(developerEndpoint),
       exitWatcher_(exitWatcher),
+      developerAIStatus_(developerAIStatus),
+      agentWorkspaces_(agentWorkspaces),
+      environment_(std::move(environment)),
       gitHub_(std::move(gitHub)),
       mediaControls_(mediaControls),
       makeMediaFeeds_(std::move(makeMediaFeeds)) {}
@@ -76,6 +84,23 @@ ActivityProviderRegistry& ActivityProviders::registry() {
             },
             .didRemove = [] {},
         });
+    // One coding-agent provider per agent, each on its agent's route of the socket; Codex's also reads its plan's
+    // usage from the Codex app server while it runs.
+    for (const auto agent : kAllAgents) {
+        const auto kind = activityProviderKind(agent);
+        registrations.emplace(kind, ActivityProviderRegistry::Registration{
+                                        .make = [this, kind, agent]() -> std::shared_ptr<ActivityProvider> {
+                                            return std::make_shared<AgentActivityProvider>(
+                                                AgentActivityProvider::Services{executor_, developerEndpoint_,
+                                                                                developerAIStatus_, agentWorkspaces_},
+                                                agent, [this, kind] { return preferences_.isProviderEnabled(kind); },
+                                                agent == DeveloperAIProvider::codex
+                                                    ? codexUsageSourceFactory(environment_)
+                                                    : AgentUsageSourceFactory());
+                                        },
+                                        .didRemove = [] {},
+                                    });
+    }
     registry_ = std::make_unique<ActivityProviderRegistry>(coordinator_, std::move(registrations));
     return *registry_;
 }

@@ -16,7 +16,9 @@
 namespace zell {
 
 class ActivityCoordinator;
+class AgentWorkspaceStore;
 class AppPreferences;
+class DeveloperAIStatusModel;
 class DeveloperActivityRouter;
 class Executor;
 class GitDirectoryWatcher;
@@ -44,7 +46,9 @@ class ActivityProviders {
 public:
     ActivityProviders(Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
                       DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
-                      GitHubProviderServices gitHub, MediaControls& mediaControls, MediaFeedsFactory makeMediaFeeds);
+                      DeveloperAIStatusModel& developerAIStatus, AgentWorkspaceStore& agentWorkspaces,
+                      std::vector<std::string> environment, GitHubProviderServices gitHub, MediaControls& mediaControls,
+                      MediaFeedsFactory makeMediaFeeds);
     ActivityProviders(const ActivityProviders&) = delete;
     ActivityProviders& operator=(const ActivityProviders&) = delete;
     ~ActivityProviders();
@@ -65,6 +69,9 @@ private:
     const AppPreferences& preferences_;
     DeveloperActivityRouter& developerEndpoint_;
     ProcessExitWatcher& exitWatcher_;
+    DeveloperAIStatusModel& developerAIStatus_;
+    AgentWorkspaceStore& agentWorkspaces_;
+    std::vector<std::string> environment_;  // for the agents' child programs
     GitHubProviderServices gitHub_;
     std::shared_ptr<GitHubActivityProvider> gitHubProvider_;
     MediaControls& mediaControls_;

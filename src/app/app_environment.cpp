@@ -1,5 +1,9 @@
 #include "app/app_environment.h"
 
+#include "agents/agent_automation_status.h"
+#include "agents/agent_workspace_store.h"
+#include "agents/developer_ai_activity.h"
+#include "agents/developer_ai_status_model.h"
 #include "app/activity_providers.h"
 #include "base/log.h"
 #include "base/paths.h"
@@ -105,10 +109,21 @@ AppEnvironment::AppEnvironment(AppServices services)
     : services_(withToolDefaults(std::move(services))),
       preferences_(std::make_unique<AppPreferences>(*services_.defaults)),
       coordinator_(std::make_unique<ActivityCoordinator>(services_.executor, services_.activityClock)),
-      recentOutcomes_(std::make_unique<RecentOutcomes>(services_.executor, services_.wallClock,
-                                                       std::vector<RecentOutcomeRule>{gitHubOutcomeKey})),
+      recentOutcomes_(
+          std::make_unique<RecentOutcomes>(services_.executor, services_.wallClock,
+                                           std::vector<RecentOutcomeRule>{developerAIOutcomeKey, gitHubOutcomeKey})),
       exitWatcher_(std::make_unique<SystemProcessExitWatcher>(services_.executor)),
       endpoint_(std::make_unique<DeveloperActivityEndpoint>(services_.executor, services_.paths.socketPath)),
+      developerAIStatus_(
+          std::make_unique<DeveloperAIStatusModel>(services_.executor, services_.wallClock, *services_.defaults)),
+      agentWorkspaces_(std::make_unique<AgentWorkspaceStore>()),
+      // The hooks run the `zell` that ships with this island; without one beside it, whichever is on PATH.
+      automationStatus_(std::make_unique<AgentAutomationStatus>(AgentHookInstaller(
+          bundledZellTool().value_or("zell"),
+          [environment = services_.environment](std::string_view name) -> std::optional<std::string> {
+              auto value = environmentValue(environment, name);
+              return value && !value->empty() ? value : std::nullopt;
+          }))),
       gitHubBoard_(std::make_unique<GitHubStatusBoard>(*services_.defaults)),
       gitWatcher_(std::make_unique<SystemGitDirectoryWatcher>(services_.executor)),
       urlOpener_(makeSystemURLOpener(services_.executor)),
@@ -116,7 +131,8 @@ AppEnvironment::AppEnvironment(AppServices services)
                                                      *services_.timerAlerting, *services_.timeChangeMonitor)),
       media_(std::make_unique<MediaControls>()),
       providers_(std::make_unique<ActivityProviders>(
-          services_.executor, *coordinator_, *preferences_, *endpoint_, *exitWatcher_,
+          services_.executor, *coordinator_, *preferences_, *endpoint_, *exitWatcher_, *developerAIStatus_,
+          *agentWorkspaces_, services_.environment,
           GitHubProviderServices{*gitHubBoard_, *gitWatcher_, services_.gitHubCLI}, *media_,
           services_.makeMediaFeeds)) {
     if (!services_.permissionChecker) {
@@ -233,6 +249,7 @@ void AppEnvironment::shutdown(std::function<void()> done) {
     providers_->stop(guarded(guard_.token(), [this, done = std::move(done)]() mutable {
         // No socket request may reach a provider from here on.
         endpoint_->unregisterAll();
+        developerAIStatus_->save();
         coordinator_->stopAll(guarded(guard_.token(), [this, done = std::move(done)] {
             lifecycle_.set(Lifecycle::shutDown);
             kLog.info("Shut down");

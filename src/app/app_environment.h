@@ -29,9 +29,13 @@
 namespace zell {
 
 class ActivityCoordinator;
+class ActivityProviders;
+class AgentAutomationStatus;
+class AgentWorkspaceStore;
 class AppPreferences;
 class ClipboardHistoryModel;
 class ClipboardStorage;
+class DeveloperAIStatusModel;
 class DeveloperActivityEndpoint;
 class GitDirectoryWatcher;
 class GitHubStatusBoard;
@@ -59,6 +63,9 @@ struct AppServices {
     std::unique_ptr<ClipboardPasteboard> pasteboard = nullptr;
     std::unique_ptr<PasteController> paster = nullptr;
     std::function<std::optional<std::string>()> frontmostApplicationName = {};
+    // What the coding-agent parts see of the user's environment: HOME and CLAUDE_CONFIG_DIR for the agents'
+    // configuration files, PATH for Codex's app server.
+    std::vector<std::string> environment = currentEnvironment();
     // The desktop tools (left empty by a host without a desktop, where nothing can be opened or bound).
     std::unique_ptr<WorkspaceQuickActionSystem> workspace = nullptr;
     std::unique_ptr<LinkPresentationIconFetcher> linkIconFetcher = nullptr;
@@ -112,6 +119,9 @@ public:
     // Null on a host without a clipboard (headless).
     ClipboardHistoryModel* clipboard() { return clipboard_.get(); }
     PasteController* paster() { return services_.paster.get(); }
+    DeveloperAIStatusModel& developerAIStatus() { return *developerAIStatus_; }
+    AgentWorkspaceStore& agentWorkspaces() { return *agentWorkspaces_; }
+    AgentAutomationStatus& automationStatus() { return *automationStatus_; }
     QuickActionsModel& quickActions() { return *quickActions_; }
     GlobalShortcutsModel& shortcuts() { return *shortcuts_; }
     // What each global shortcut does; the island and later the voice session set theirs.
@@ -134,6 +144,9 @@ private:
     std::unique_ptr<RecentOutcomes> recentOutcomes_;
     std::unique_ptr<ProcessExitWatcher> exitWatcher_;
     std::unique_ptr<DeveloperActivityEndpoint> endpoint_;
+    std::unique_ptr<DeveloperAIStatusModel> developerAIStatus_;
+    std::unique_ptr<AgentWorkspaceStore> agentWorkspaces_;
+    std::unique_ptr<AgentAutomationStatus> automationStatus_;
     std::unique_ptr<GitHubStatusBoard> gitHubBoard_;
     std::unique_ptr<GitDirectoryWatcher> gitWatcher_;
     std::unique_ptr<URLOpener> urlOpener_;

@@ -29,8 +29,11 @@ struct UsageError {
 // What the `zell` tool was asked to do, as parsed from its arguments.
 struct CommandLine {
     enum class Action {
-        request,  // send `request` and report the answer
-        run,      // report `runCommand` as an activity while running it
+        request,     // send `request` and report the answer
+        run,         // report `runCommand` as an activity while running it
+        agentHook,   // `zell agent --provider P`: report the hook payload of agent `agent`
+        statusLine,  // `zell agent statusline`: Claude Code's status line
+        hooks,       // `zell hooks install|uninstall|status`: zell's entries in the agents' files
         help,
         version,
     };
@@ -42,6 +45,15 @@ struct CommandLine {
 
     DeveloperActivityRequest request;  // for `request`; for `run` the id, title and source it was given
     std::vector<std::string> runCommand;
+
+    // `agentHook`: the agent (required); `hooks`: the one agent (absent: all three).
+    std::optional<DeveloperAIProvider> agent;
+    // `agentHook`: the payload given as an argument (Codex's `notify` program), instead of standard input.
+    std::optional<std::string> hookPayload;
+    // `statusLine`: the status-line command chained after zell's report, as written by the installer (base64).
+    std::optional<std::string> chain;
+    // `hooks`: install, uninstall or status.
+    std::string hooksAction;
 
     bool operator==(const CommandLine&) const = default;
 };

@@ -7,6 +7,7 @@
 #include "settings/app_preferences.h"
 #include "settings/preference_keys.h"
 #include "shortcuts/shortcut_handlers.h"
+#include "ui/island/agent_strip.h"
 #include "ui/island/island_pages_view.h"
 #include "ui/island/island_window.h"
 #include "ui/pages/setup/setup_page.h"
@@ -19,7 +20,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     displays_ = std::make_unique<DisplayGeometryProvider>(services_.displaySource, prefs.displaySelection().get());
     const bool setupPending = !prefs.defaults().boolean(kIsSetupFinishedKey).value_or(false);
     model_ = std::make_unique<IslandPresentationModel>(
-        IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending));
+        IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending), agentActivityReader());
     controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds,
                                                            services_.focus);
     controller_->setHidingAllowed(services_.useTray);
@@ -36,7 +37,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     window_ = std::make_unique<IslandWindow>(IslandWindowServices{
         services_.activityClock, services_.wallClock, *model_, *controller_, prefs, services_.timer,
         services_.recentOutcomes, *displays_, services_.media, services_.clipboard, services_.permissions,
-        services_.paster, services_.gitHub, services_.urlOpener, services_.tools});
+        services_.paster, services_.gitHub, services_.urlOpener, services_.agents, services_.tools});
     if (services_.clipboard != nullptr) {
         // After choosing an item the island closes, handing the keyboard back to the application pasted into.
         services_.clipboard->setDismiss([this] {

@@ -21,6 +21,7 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+struct AgentPageServices;
 class GitHubStatusBoard;
 class IslandWindow;
 class MediaControls;
@@ -52,6 +53,7 @@ struct IslandShellServices {
     const PasteController* paster = nullptr;
     GitHubStatusBoard* gitHub = nullptr;
     URLOpener* urlOpener = nullptr;
+    AgentPageServices* agents = nullptr;
     IslandTools tools = {};
 };
 

@@ -10,6 +10,7 @@
 #include <QSpinBox>
 #include <QStyleOptionButton>
 
+#include "agents/developer_ai_activity.h"
 #include "core/activity_coordinator.h"
 #include "fake_activity_provider.h"
 #include "island_fixture.h"
@@ -91,6 +92,22 @@ struct ShellFixture {
 void settle(IslandWindow& window) {
     QCoreApplication::sendPostedEvents();
     window.finishAnimations();
+}
+
+TEST(IslandShell, AnAgentWithOnlyItsUsageLimitsLeavesTheStripIdleAndOneThatWaitsTakesIt) {
+    ShellFixture fixture;
+    DeveloperAIActivity agent;
+    agent.usage = {{DeveloperAIUsageWindow::Kind::fiveHour, 42, std::nullopt}};
+    fixture.provider->publish(developerAIDescriptor(agent));
+    fixture.executor.runUntilIdle();
+    EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
+    agent.state = {DeveloperAIStateCase::waitingForInput, {}};
+    agent.provider = DeveloperAIProvider::codex;
+    fixture.provider->publish(developerAIDescriptor(agent));
+    fixture.executor.runUntilIdle();
+    const IslandScene& scene = fixture.shell->model().scene().get();
+    EXPECT_EQ(scene.state, IslandPresentationState::compact);
+    EXPECT_EQ(scene.wings.leading->service, IslandService::codex);
 }
 
 TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {

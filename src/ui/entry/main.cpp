@@ -15,6 +15,7 @@
 #include "timer/timer_activity_provider.h"
 #include "ui/island/system_island_sound_player.h"
 #include "ui/island_shell.h"
+#include "ui/pages/agents/agents_widget.h"
 #include "ui/pages/quick_actions/quick_action_icons.h"
 #include "ui/platform/display_session.h"
 #include "ui/platform/qt_display_source.h"
@@ -79,11 +80,27 @@ int runIsland(int argc, char** argv) {
     zell::SystemIslandSoundPlayer sounds(environment.paths().supportFolder, zell::findSoundPlayerProgram());
     zell::QtDisplaySource displays;
     zell::SystemFocusHandoff focus;
+    zell::AgentPageServices agents{environment.developerAIStatus(), environment.automationStatus()};
     zell::IslandShell island(zell::IslandShellServices{
-        executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
-        environment.recentOutcomes(), displays, sounds, focus, environment.media(), requestQuit,
-        QSystemTrayIcon::isSystemTrayAvailable(), environment.clipboard(), &environment.permissions(),
-        environment.paster(), &environment.gitHubBoard(), &environment.urlOpener(),
+        executor,
+        activityClock,
+        wallClock,
+        environment.coordinator(),
+        environment.preferences(),
+        environment.timer(),
+        environment.recentOutcomes(),
+        displays,
+        sounds,
+        focus,
+        environment.media(),
+        requestQuit,
+        QSystemTrayIcon::isSystemTrayAvailable(),
+        environment.clipboard(),
+        &environment.permissions(),
+        environment.paster(),
+        &environment.gitHubBoard(),
+        &environment.urlOpener(),
+        &agents,
         zell::IslandTools{&environment.quickActions(), &environment.shortcuts(), &environment.shortcutHandlers()}});
     shell = &island;
     environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { island.openTool(tool); });

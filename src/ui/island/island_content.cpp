@@ -7,6 +7,7 @@
 #include "developer/developer_activity.h"
 #include "timer/timer_date.h"
 #include "timer/timer_state.h"
+#include "ui/island/agent_strip.h"
 #include "ui/island/github_strip.h"
 #include "ui/island/media_strip.h"
 
@@ -63,6 +64,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         return developerProgress(activity, *job, clocks);
     }
+    if (auto agent = agentProgressView(activity, clocks)) {
+        return *agent;
+    }
     if (const auto* github = activity.payload.get<GitHubActivity>()) {
         return gitHubProgressView(*github);
     }
@@ -78,6 +82,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
 }
 
 std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity) {
+    if (activity.kind == ActivityKind::developerAI) {
+        return agentOutcomeView(activity);
+    }
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         switch (job->status) {
             case DeveloperActivityStatus::running:

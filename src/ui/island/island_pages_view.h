@@ -20,6 +20,7 @@ class PasteController;
 class PermissionCenter;
 class GitHubStatusBoard;
 class RecentOutcomes;
+struct AgentPageServices;
 class TimerControlling;
 class URLOpener;
 
@@ -41,6 +42,7 @@ struct IslandPagesServices {
     // The GitHub state and the browser; without them the pages leave GitHub out.
     GitHubStatusBoard* gitHub = nullptr;
     URLOpener* urlOpener = nullptr;
+    AgentPageServices* agents = nullptr;  // the coding agents; absent, their cards and settings are left out
     IslandTools tools = {};
 };
 

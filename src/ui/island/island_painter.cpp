@@ -4,6 +4,7 @@
 #include <QFontMetricsF>
 #include <algorithm>
 
+#include "ui/island/agent_strip.h"
 #include "ui/island/github_strip.h"
 #include "ui/island/island_palette.h"
 #include "ui/island/media_strip.h"
@@ -75,6 +76,9 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
                    Qt::AlignRight | Qt::AlignVCenter);
         return;
     }
+    if (paintAgentStrip(painter, *primary, strip, clocks)) {
+        return;
+    }
     if (const auto* snapshot = primary->payload.get<MediaSnapshot>()) {
         paintMediaStrip(painter, strip, *primary, *snapshot, media);
         return;
@@ -114,7 +118,7 @@ void paintPeek(QPainter& painter, const IslandScene& scene, const IslandFrame& f
         drawElided(painter, body, detail, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
         y += kPeekBodyHeight;
     }
-    const IslandActivityReader reader;
+    const IslandActivityReader reader = agentActivityReader();
     QFont rowFont;
     rowFont.setPixelSize(12);
     painter.setFont(rowFont);

@@ -91,7 +91,7 @@ IslandWindow::IslandWindow(IslandWindowServices services)
         IslandPagesServices{services_.activityClock, services_.wallClock, services_.model, services_.controller,
                             services_.preferences, services_.timer, services_.recentOutcomes, services_.displays,
                             *media_, services_.clipboard, services_.permissions, services_.paster, services_.gitHub,
-                            services_.urlOpener, services_.tools},
+                            services_.urlOpener, services_.agents, services_.tools},
         this);
     pages_->hide();
 

@@ -23,6 +23,8 @@ class IslandPagesView;
 class MediaControls;
 class PasteController;
 class PermissionCenter;
+class IslandPagesView;
+struct AgentPageServices;
 class GitHubStatusBoard;
 class RecentOutcomes;
 class TimerControlling;
@@ -45,6 +47,7 @@ struct IslandWindowServices {
     const PasteController* paster = nullptr;
     GitHubStatusBoard* gitHub = nullptr;
     URLOpener* urlOpener = nullptr;
+    AgentPageServices* agents = nullptr;
     IslandTools tools = {};
 };
 

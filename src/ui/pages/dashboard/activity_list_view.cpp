@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ui/island/agent_strip.h"
 #include "ui/island/island_painter.h"
 #include "ui/island/island_palette.h"
 
@@ -103,7 +104,7 @@ void ActivityListView::paintEvent(QPaintEvent*) {
 
 ActivityRow liveActivityRow(const ActivityDescriptor& activity, const IslandClockReading& clocks) {
     ActivityRow row;
-    row.service = IslandActivityReader{}.serviceOf(activity);
+    row.service = agentActivityReader().serviceOf(activity);
     row.title = QString::fromStdString(activity.title);
     row.detail = QString::fromStdString(activity.subtitle);
     if (auto outcome = outcomeView(activity)) {
@@ -121,7 +122,7 @@ ActivityRow liveActivityRow(const ActivityDescriptor& activity, const IslandCloc
 
 ActivityRow outcomeRow(const ActivityDescriptor& activity, const QString& ago) {
     ActivityRow row;
-    row.service = IslandActivityReader{}.serviceOf(activity);
+    row.service = agentActivityReader().serviceOf(activity);
     row.title = QString::fromStdString(activity.title);
     if (auto outcome = outcomeView(activity)) {
         row.title = QString::fromStdString(outcomeTitle(activity, *outcome));

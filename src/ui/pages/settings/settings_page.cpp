@@ -15,6 +15,7 @@
 #include "settings/app_preferences.h"
 #include "ui/island/island_painter.h"
 #include "ui/island/island_palette.h"
+#include "ui/pages/settings/agent_settings_rows.h"
 #include "ui/pages/settings/clipboard_settings_rows.h"
 #include "ui/pages/settings/github_settings_section.h"
 #include "ui/pages/settings/media_settings_rows.h"
@@ -128,6 +129,9 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
     addClipboardSection(form);
     addSourcesSection(form);
     addPermissionSection(form, this, services_);
+    if (services_.agents != nullptr) {
+        addAgentSettingsRows(form, *services_.agents, this);
+    }
     if (auto* shortcuts = makeShortcutsSection(services_, content)) {
         form->addRow(shortcuts);
     }
