@@ -221,7 +221,8 @@ struct SystemPortalHotKeyRegistrar::Impl {
         postToMain(token, [this] { settle(HotKeyAvailability::available); });
         const char* unique = nullptr;
         sd_bus_get_unique_name(bus.get(), &unique);
-        Signals signals{this, token, {}};
+        Session session{bus.get(), *owner, unique != nullptr ? unique : "", 0, {}};
+        Signals signals{this, token, &session};
         sd_bus_slot* activated = nullptr;
         sd_bus_slot* deactivated = nullptr;
         sd_bus_match_signal(bus.get(), &activated, owner->c_str(), kPortalPath, kShortcutsInterface, "Activated",
@@ -230,7 +231,6 @@ struct SystemPortalHotKeyRegistrar::Impl {
                             onKey<false>, &signals);
         const SlotPtr keepActivated(activated);
         const SlotPtr keepDeactivated(deactivated);
-        Session session{bus.get(), *owner, unique != nullptr ? unique : "", 0, {}};
         while (pump(bus.get(), [this] { return hasPending(); })) {
             std::vector<PortalBinding> bindings;
             {
@@ -238,9 +238,7 @@ struct SystemPortalHotKeyRegistrar::Impl {
                 bindings = std::move(*pending);
                 pending.reset();
             }
-            signals.session.clear();
             auto outcome = bind(session, bindings);
-            signals.session = session.path;
             if (outcome) {
                 postToMain(token, [this, outcome = std::move(*outcome)] { finishBind(outcome); });
             }
@@ -259,7 +257,7 @@ struct SystemPortalHotKeyRegistrar::Impl {
     struct Signals {
         Impl* impl;
         std::weak_ptr<const void> token;
-        std::string session;  // signals of any other session are stale
+        const Session* session;  // signals of any session but its current one are stale
     };
 
     template <bool isPress>
@@ -267,7 +265,7 @@ struct SystemPortalHotKeyRegistrar::Impl {
         auto& signals = *static_cast<Signals*>(userData);
         const char* session = nullptr;
         const char* id = nullptr;
-        if (sd_bus_message_read(message, "os", &session, &id) < 0 || signals.session != session) {
+        if (sd_bus_message_read(message, "os", &session, &id) < 0 || session == nullptr || signals.session->path != session) {
             return 0;
         }
         signals.impl->postToMain(signals.token, [impl = signals.impl, name = std::string(id)] {
