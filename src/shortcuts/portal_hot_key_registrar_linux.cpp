@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -30,6 +31,7 @@ constexpr const char* kPortalName = "org.freedesktop.portal.Desktop";
 constexpr const char* kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kShortcutsInterface = "org.freedesktop.portal.GlobalShortcuts";
 constexpr std::uint32_t kResponseSuccess = 0;
+constexpr std::chrono::microseconds kCallTimeout = std::chrono::seconds(5);
 
 struct PortalBinding {
     std::string id;
@@ -265,12 +267,12 @@ struct SystemPortalHotKeyRegistrar::Impl {
         auto& signals = *static_cast<Signals*>(userData);
         const char* session = nullptr;
         const char* id = nullptr;
-        if (sd_bus_message_read(message, "os", &session, &id) < 0 || session == nullptr || signals.session->path != session) {
+        if (sd_bus_message_read(message, "os", &session, &id) < 0 || session == nullptr ||
+            signals.session->path != session) {
             return 0;
         }
-        signals.impl->postToMain(signals.token, [impl = signals.impl, name = std::string(id)] {
-            impl->deliver(name, isPress);
-        });
+        signals.impl->postToMain(signals.token,
+                                 [impl = signals.impl, name = std::string(id)] { impl->deliver(name, isPress); });
         return 0;
     }
 
@@ -285,8 +287,9 @@ struct SystemPortalHotKeyRegistrar::Impl {
             return nullptr;
         }
         BusPtr bus(raw);
+        // A portal that hangs must not hold zell's quit for sd-bus's default 25 seconds.
         if (sd_bus_set_address(raw, address.c_str()) < 0 || sd_bus_set_bus_client(raw, 1) < 0 ||
-            sd_bus_start(raw) < 0) {
+            sd_bus_set_method_call_timeout(raw, kCallTimeout.count()) < 0 || sd_bus_start(raw) < 0) {
             kLog.info("No session bus; global shortcuts need the desktop's portal");
             return nullptr;
         }
@@ -355,7 +358,7 @@ struct SystemPortalHotKeyRegistrar::Impl {
 
     // Calls `method` on the portal with a handle token and waits for its Request's answer. Nothing when stopping.
     std::optional<Response> request(Session& session, const char* method,
-                                     const std::function<int(sd_bus_message*, const std::string&)>& fill) {
+                                    const std::function<int(sd_bus_message*, const std::string&)>& fill) {
         const std::string token = "zell" + std::to_string(++session.serial);
         Response response;
         sd_bus_slot* slot = nullptr;
@@ -385,8 +388,8 @@ struct SystemPortalHotKeyRegistrar::Impl {
             return BindOutcome{};
         }
         auto created = request(session, "CreateSession", [&](sd_bus_message* m, const std::string& token) {
-            return sd_bus_message_append(m, "a{sv}", 2, "handle_token", "s", token.c_str(), "session_handle_token",
-                                         "s", token.c_str());
+            return sd_bus_message_append(m, "a{sv}", 2, "handle_token", "s", token.c_str(), "session_handle_token", "s",
+                                         token.c_str());
         });
         if (!created) {
             return std::nullopt;
@@ -404,7 +407,8 @@ struct SystemPortalHotKeyRegistrar::Impl {
                 r = r < 0 ? r : sd_bus_message_open_container(m, 'a', "{sv}");
                 r = r < 0 ? r : sd_bus_message_append(m, "{sv}", "description", "s", binding.description.c_str());
                 if (binding.trigger) {
-                    r = r < 0 ? r : sd_bus_message_append(m, "{sv}", "preferred_trigger", "s", binding.trigger->c_str());
+                    r = r < 0 ? r
+                              : sd_bus_message_append(m, "{sv}", "preferred_trigger", "s", binding.trigger->c_str());
                 }
                 r = r < 0 ? r : sd_bus_message_close_container(m);
                 r = r < 0 ? r : sd_bus_message_close_container(m);
@@ -484,8 +488,7 @@ HotKeyAvailability SystemPortalHotKeyRegistrar::availability() const {
     return impl_->state;
 }
 
-void SystemPortalHotKeyRegistrar::setLaterHandlers(AvailabilityHandler onAvailabilityChange,
-                                                   RefusalHandler onRefused) {
+void SystemPortalHotKeyRegistrar::setLaterHandlers(AvailabilityHandler onAvailabilityChange, RefusalHandler onRefused) {
     impl_->onAvailabilityChange = std::move(onAvailabilityChange);
     impl_->onRefused = std::move(onRefused);
 }

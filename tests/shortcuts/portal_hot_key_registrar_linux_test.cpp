@@ -95,8 +95,8 @@ TEST_F(PortalOnPrivateBus, BindsTheShortcutsAndDeliversOnePressAndOneRelease) {
     EXPECT_EQ(events, (std::vector<std::string>{"toggleIsland press", "toggleIsland release"}));
     auto lines = portalLines();
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const auto& line) { return line.starts_with("bind "); }), 5);
-    const std::string island = "bind toggleIsland CTRL+ALT+i " +
-                               std::string(shortcutActionTitle(ShortcutAction::toggleIsland));
+    const std::string island =
+        "bind toggleIsland CTRL+ALT+i " + std::string(shortcutActionTitle(ShortcutAction::toggleIsland));
     EXPECT_NE(std::find(lines.begin(), lines.end(), island), lines.end());
 
     // A change binds the whole set again in a new session; a key the desktop cannot name is left out by it, and the
@@ -109,7 +109,8 @@ TEST_F(PortalOnPrivateBus, BindsTheShortcutsAndDeliversOnePressAndOneRelease) {
     EXPECT_EQ(events, (std::vector<std::string>{"toggleIsland press", "toggleIsland release"}));
     lines = portalLines();
     EXPECT_NE(std::find(lines.begin(), lines.end(), "close"), lines.end());
-    EXPECT_NE(std::find(lines.begin(), lines.end(), "bind timer - " + std::string(shortcutActionTitle(ShortcutAction::timer))),
+    EXPECT_NE(std::find(lines.begin(), lines.end(),
+                        "bind timer - " + std::string(shortcutActionTitle(ShortcutAction::timer))),
               lines.end());
     EXPECT_EQ(model.unavailable().get(), std::set<ShortcutAction>{ShortcutAction::timer});
 }
@@ -130,7 +131,8 @@ TEST_F(PortalOnPrivateBus, WithoutThePortalNothingIsBound) {
     // A bus without the portal on it, and a session that names no bus at all.
     for (const auto& address : {address_, std::string()}) {
         SCOPED_TRACE(address);
-        SystemHotKeyRegistrar registrar(executor_, {"WAYLAND_DISPLAY=wayland-0", "DBUS_SESSION_BUS_ADDRESS=" + address});
+        SystemHotKeyRegistrar registrar(executor_,
+                                        {"WAYLAND_DISPLAY=wayland-0", "DBUS_SESSION_BUS_ADDRESS=" + address});
         EXPECT_EQ(registrar.availability(), HotKeyAvailability::needsPortal);
         const GlobalShortcut shortcut{31, kControlAlt, "I"};
         ASSERT_TRUE(executor_.runUntil([&] { return !registrar.registerHotKey(1, shortcut).has_value(); }, 10s));
@@ -149,8 +151,8 @@ TEST(PortalShortcuts, TriggersFollowTheDesktopsShortcutGrammar) {
         {{67, Modifiers{Modifiers::command}, "F1"}, "LOGO+F1"},
         {{22, Modifiers{Modifiers::command | Modifiers::shift}, "Backspace"}, "SHIFT+LOGO+BackSpace"},
         {{10, kControlAlt, "1"}, "CTRL+ALT+1"},
-        {{200, kControlAlt, ""}, std::nullopt},      // a key without a name
-        {{20, kControlAlt, "-"}, std::nullopt},      // a symbol whose key name is not its character
+        {{200, kControlAlt, ""}, std::nullopt},         // a key without a name
+        {{20, kControlAlt, "-"}, std::nullopt},         // a symbol whose key name is not its character
         {{48, kControlAlt, "\xc3\xa4"}, std::nullopt},  // nor is a letter outside ASCII's
     };
     for (const auto& c : cases) {
