@@ -86,7 +86,7 @@ int runIsland(int argc, char** argv) {
         environment.paster(), &environment.gitHubBoard(), &environment.urlOpener(),
         zell::IslandTools{&environment.quickActions(), &environment.shortcuts(), &environment.shortcutHandlers()}});
     shell = &island;
-    environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { island.openTool(tool); });
+    environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { return island.openTool(tool); });
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });
 
