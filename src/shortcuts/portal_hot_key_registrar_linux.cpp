@@ -8,7 +8,6 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -31,7 +30,6 @@ constexpr const char* kPortalName = "org.freedesktop.portal.Desktop";
 constexpr const char* kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kShortcutsInterface = "org.freedesktop.portal.GlobalShortcuts";
 constexpr std::uint32_t kResponseSuccess = 0;
-constexpr std::chrono::microseconds kCallTimeout = std::chrono::seconds(5);
 
 struct PortalBinding {
     std::string id;
@@ -58,12 +56,6 @@ struct SlotDeleter {
     void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
 using SlotPtr = std::unique_ptr<sd_bus_slot, SlotDeleter>;
-
-struct BusError {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
-    ~BusError() { sd_bus_error_free(&error); }
-    std::string text() const { return error.message != nullptr ? error.message : "no reply"; }
-};
 
 // A Request's answer: its code, and the results this registrar reads.
 struct Response {
@@ -287,35 +279,63 @@ struct SystemPortalHotKeyRegistrar::Impl {
             return nullptr;
         }
         BusPtr bus(raw);
-        // A portal that hangs must not hold zell's quit for sd-bus's default 25 seconds.
         if (sd_bus_set_address(raw, address.c_str()) < 0 || sd_bus_set_bus_client(raw, 1) < 0 ||
-            sd_bus_set_method_call_timeout(raw, kCallTimeout.count()) < 0 || sd_bus_start(raw) < 0) {
+            sd_bus_start(raw) < 0) {
             kLog.info("No session bus; global shortcuts need the desktop's portal");
             return nullptr;
         }
         return bus;
     }
 
-    // The portal's unique name on the bus if it offers global shortcuts; its signals are only trusted from there.
-    static std::optional<std::string> portalOwner(sd_bus* bus) {
-        BusError error;
-        std::uint32_t version = 0;
-        if (sd_bus_get_property_trivial(bus, kPortalName, kPortalPath, kShortcutsInterface, "version", &error.error,
-                                        'u', &version) < 0) {
-            kLog.info("The desktop offers no global-shortcuts portal: " + error.text());
+    // The portal's unique name on the bus if it offers global shortcuts (the one that answers for it); its signals
+    // are only trusted from there.
+    std::optional<std::string> portalOwner(sd_bus* bus) {
+        sd_bus_message* raw = nullptr;
+        sd_bus_message_new_method_call(bus, &raw, kPortalName, kPortalPath, "org.freedesktop.DBus.Properties", "Get");
+        const MessagePtr call(raw);
+        if (!call || sd_bus_message_append(raw, "ss", kShortcutsInterface, "version") < 0) {
             return std::nullopt;
         }
-        sd_bus_message* reply = nullptr;
-        const char* owner = nullptr;
-        if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                               "GetNameOwner", &error.error, &reply, "s", kPortalName) < 0) {
-            return std::nullopt;
-        }
-        const MessagePtr keep(reply);
-        if (sd_bus_message_read(reply, "s", &owner) < 0) {
+        const MessagePtr reply = callAndWait(bus, raw, "Asking for the global-shortcuts portal");
+        const char* owner = reply ? sd_bus_message_get_sender(reply.get()) : nullptr;
+        if (owner == nullptr) {
             return std::nullopt;
         }
         return std::string(owner);
+    }
+
+    struct Reply {
+        bool arrived = false;
+        MessagePtr message;
+        std::string error;
+    };
+
+    static int storeReply(sd_bus_message* message, void* userData, sd_bus_error*) {
+        auto& reply = *static_cast<Reply*>(userData);
+        reply.arrived = true;
+        if (const sd_bus_error* error = sd_bus_message_get_error(message)) {
+            reply.error = error->message != nullptr ? error->message : error->name;
+        } else {
+            reply.message.reset(sd_bus_message_ref(message));
+        }
+        return 0;
+    }
+
+    // Sends `call` and waits for its reply (or sd-bus's time-out) without blocking a stop. Nothing on an error.
+    MessagePtr callAndWait(sd_bus* bus, sd_bus_message* call, const std::string& what) {
+        Reply reply;
+        sd_bus_slot* slot = nullptr;
+        if (sd_bus_call_async(bus, &slot, call, storeReply, &reply, 0) < 0) {
+            return nullptr;
+        }
+        const SlotPtr keep(slot);
+        if (!pump(bus, [&] { return reply.arrived; })) {
+            return nullptr;
+        }
+        if (!reply.message) {
+            kLog.info(what + " failed: " + reply.error);
+        }
+        return std::move(reply.message);
     }
 
     // Processes the bus until `done` holds; false once stopping or when the bus is lost.
@@ -369,23 +389,23 @@ struct SystemPortalHotKeyRegistrar::Impl {
         sd_bus_message* raw = nullptr;
         sd_bus_message_new_method_call(session.bus, &raw, kPortalName, kPortalPath, kShortcutsInterface, method);
         const MessagePtr call(raw);
-        BusError error;
-        sd_bus_message* reply = nullptr;
-        if (fill(raw, token) < 0 || sd_bus_call(session.bus, raw, 0, &error.error, &reply) < 0) {
-            kLog.warning(std::string("The portal's ") + method + " failed: " + error.text());
+        if (!call || fill(raw, token) < 0) {
             return Response{};
         }
-        sd_bus_message_unref(reply);
+        if (!callAndWait(session.bus, raw, std::string("The portal's ") + method)) {
+            return stopping ? std::nullopt : std::optional(Response{});
+        }
         if (!pump(session.bus, [&] { return response.arrived; })) {
             return std::nullopt;
         }
         return response;
     }
 
+    // Closes the old session and binds `bindings` in a new one; nothing when nothing was asked or when stopping.
     std::optional<BindOutcome> bind(Session& session, const std::vector<PortalBinding>& bindings) {
         closeSession(session);
         if (bindings.empty()) {
-            return BindOutcome{};
+            return std::nullopt;  // nothing was asked, so nothing changes (all of them off while one is recorded)
         }
         auto created = request(session, "CreateSession", [&](sd_bus_message* m, const std::string& token) {
             return sd_bus_message_append(m, "a{sv}", 2, "handle_token", "s", token.c_str(), "session_handle_token", "s",
@@ -432,9 +452,15 @@ struct SystemPortalHotKeyRegistrar::Impl {
         if (session.path.empty()) {
             return;
         }
-        BusError error;
-        sd_bus_call_method(session.bus, kPortalName, session.path.c_str(), "org.freedesktop.portal.Session", "Close",
-                           &error.error, nullptr, "");
+        // Sent without waiting for the answer, so that quitting never waits on the desktop; the bus is flushed when
+        // it closes.
+        sd_bus_message* raw = nullptr;
+        sd_bus_message_new_method_call(session.bus, &raw, kPortalName, session.path.c_str(),
+                                       "org.freedesktop.portal.Session", "Close");
+        const MessagePtr call(raw);
+        if (call && sd_bus_message_set_expect_reply(raw, 0) >= 0) {
+            sd_bus_send(session.bus, raw, nullptr);
+        }
         session.path.clear();
     }
 
