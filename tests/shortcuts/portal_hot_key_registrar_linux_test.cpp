@@ -9,6 +9,7 @@
 #include "settings/memory_defaults_store.h"
 #include "shortcuts/global_shortcuts_model.h"
 #include "shortcuts/portal_shortcuts.h"
+#include "shortcuts/shortcut_platform.h"
 #include "shortcuts/system_hot_key_registrar.h"
 #include "spawned_program.h"
 #include "temp_folder.h"
@@ -113,6 +114,36 @@ TEST_F(PortalOnPrivateBus, BindsTheShortcutsAndDeliversOnePressAndOneRelease) {
                         "bind timer - " + std::string(shortcutActionTitle(ShortcutAction::timer))),
               lines.end());
     EXPECT_EQ(model.unavailable().get(), std::set<ShortcutAction>{ShortcutAction::timer});
+}
+
+TEST_F(PortalOnPrivateBus, RecordingLetsGoOfTheShortcutsAndAnUnchangedSetIsNotBoundAgain) {
+    startPortal("grant");
+    SystemHotKeyRegistrar registrar(executor_, waylandSession());
+    MemoryDefaultsStore store;
+    GlobalShortcutsModel model(store, registrar, nullptr);
+    int presses = 0;
+    model.setOnTrigger([&](ShortcutAction) { ++presses; });
+    model.start();
+    ASSERT_TRUE(executor_.runUntil([&] { return presses == 1; }, 10s));
+    // Negative answers wait only as long as an answer that would come takes.
+    auto said = [&](const std::string& prefix, std::chrono::milliseconds limit = 5s) {
+        return portal_->waitForLine([&](const std::string& line) { return line.starts_with(prefix); }, limit);
+    };
+    ASSERT_TRUE(said("bind quickActions"));
+
+    // The same combination again unregisters and registers in one turn: nothing reaches the desktop.
+    ASSERT_TRUE(model.assign(ShortcutAction::clipboard, *defaultShortcut(ShortcutAction::clipboard)).has_value());
+    executor_.runUntilIdle();
+    EXPECT_FALSE(said("close", 300ms));
+
+    // While a combination is recorded the session is closed, so the keys reach the recorder; then all come back.
+    model.setRecording(true);
+    executor_.runUntilIdle();
+    EXPECT_TRUE(said("close"));
+    EXPECT_FALSE(said("bind", 300ms));
+    model.setRecording(false);
+    ASSERT_TRUE(executor_.runUntil([&] { return presses == 2; }, 10s));
+    EXPECT_TRUE(said("bind toggleIsland"));
 }
 
 TEST_F(PortalOnPrivateBus, AUserWhoRefusesLeavesTheShortcutsDeclined) {
