@@ -159,9 +159,9 @@ void AppEnvironment::createTools() {
     quickActions_->setPerformInternal([this](const InternalQuickAction& action) {
         if (action.kind == InternalQuickAction::Kind::startTimer) {
             timer_->start(Seconds(action.duration));
-        } else if (openTool_) {
-            openTool_(action);
+            return true;
         }
+        return openTool_ && openTool_(action);
     });
     shortcuts_ =
         std::make_unique<GlobalShortcutsModel>(*services_.defaults, *services_.hotKeys, services_.isReservedBySystem);

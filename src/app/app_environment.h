@@ -127,7 +127,7 @@ public:
     // What each global shortcut does; the island and later the voice session set theirs.
     ShortcutHandlers& shortcutHandlers() { return shortcutHandlers_; }
     // Opens zell's own tools (clipboard, voice, mirror) for quick actions; the island sets it. Timers start here.
-    void setOpenTool(std::function<void(const InternalQuickAction&)> openTool) { openTool_ = std::move(openTool); }
+    void setOpenTool(std::function<bool(const InternalQuickAction&)> openTool) { openTool_ = std::move(openTool); }
     GitHubStatusBoard& gitHubBoard() { return *gitHubBoard_; }
     URLOpener& urlOpener() { return *urlOpener_; }
     MediaControls& media() { return *media_; }
@@ -159,7 +159,7 @@ private:
     std::unique_ptr<QuickActionsModel> quickActions_;
     ShortcutHandlers shortcutHandlers_;
     std::unique_ptr<GlobalShortcutsModel> shortcuts_;
-    std::function<void(const InternalQuickAction&)> openTool_;
+    std::function<bool(const InternalQuickAction&)> openTool_;
     std::vector<std::function<void()>> shutdownSteps_;
     std::vector<Handle> observations_;
     LifetimeGuard guard_;

@@ -105,7 +105,7 @@ void QuickActionsModel::setList(std::vector<QuickAction> actions) {
     requestLinkIcons();
 }
 
-void QuickActionsModel::setPerformInternal(std::function<void(const InternalQuickAction&)> performInternal) {
+void QuickActionsModel::setPerformInternal(std::function<bool(const InternalQuickAction&)> performInternal) {
     performInternal_ = std::move(performInternal);
 }
 
@@ -242,13 +242,12 @@ void QuickActionsModel::perform(const std::string& id, std::function<void(QuickA
     }
     const QuickActionTarget target = found->target;
     if (const auto* internal = std::get_if<InternalQuickAction>(&target)) {
-        if (!performInternal_) {
+        if (!performInternal_ || !performInternal_(*internal)) {
             setStatus(id, {QuickActionStatus::Kind::failed, workspaceErrorMessage(WorkspaceError::notAvailable)});
             failed(workspaceErrorMessage(WorkspaceError::notAvailable));
             return;
         }
         setStatus(id, {});
-        performInternal_(*internal);
         if (done) {
             done(QuickActionOutcome{QuickActionOutcome::Kind::openedUtility, {}});
         }

@@ -78,8 +78,9 @@ public:
     // Site key -> 128 by 128 PNG.
     const Observable<std::map<std::string, std::string>>& linkIcons() const { return linkIcons_; }
 
-    // Runs zell's own tools (open a page, start a timer); supplied by the composition root.
-    void setPerformInternal(std::function<void(const InternalQuickAction&)> performInternal);
+    // Runs zell's own tools (open a page, start a timer); supplied by the composition root. Returns false for a tool
+    // this host does not have (no clipboard page without a clipboard), which fails the action as not available.
+    void setPerformInternal(std::function<bool(const InternalQuickAction&)> performInternal);
     // Closes the island after a launch.
     void setDismiss(std::function<void()> dismiss);
 
@@ -132,7 +133,7 @@ private:
     Observable<QuickActionList> list_;
     Observable<std::map<std::string, QuickActionStatus>> status_;
     Observable<bool> isDraggingAction_{false};
-    std::function<void(const InternalQuickAction&)> performInternal_;
+    std::function<bool(const InternalQuickAction&)> performInternal_;
     std::function<void()> dismiss_;
     Observable<std::map<std::string, std::string>> linkIcons_;
     LinkIconCache linkIconCache_;

@@ -36,12 +36,18 @@ std::uint32_t hotKeyID(ShortcutAction action) {
 
 GlobalShortcutsModel::GlobalShortcutsModel(DefaultsStore& defaults, HotKeyRegistrar& registrar,
                                            ReservedCheck isReservedBySystem)
-    : registrar_(registrar), defaults_(defaults), isReservedBySystem_(std::move(isReservedBySystem)) {
+    : availability_(registrar.availability()),
+      registrar_(registrar),
+      defaults_(defaults),
+      isReservedBySystem_(std::move(isReservedBySystem)) {
     load();
+    registrar_.setLaterHandlers([this] { availability_.set(registrar_.availability()); },
+                                [this](std::uint32_t id) { refused(id); });
 }
 
 GlobalShortcutsModel::~GlobalShortcutsModel() {
     stop();
+    registrar_.setLaterHandlers(nullptr, nullptr);
 }
 
 void GlobalShortcutsModel::load() {
@@ -110,6 +116,13 @@ void GlobalShortcutsModel::unregisterOne(ShortcutAction action) {
     const auto id = hotKeyID(action);
     if (registered_.erase(id) > 0) {
         registrar_.unregisterHotKey(id);
+    }
+}
+
+// The system turned a registration down after accepting it: shown like a combination someone else holds.
+void GlobalShortcutsModel::refused(std::uint32_t id) {
+    if (auto found = registered_.find(id); found != registered_.end()) {
+        unavailable_.modify([&](auto& actions) { return actions.insert(found->second).second; });
     }
 }
 

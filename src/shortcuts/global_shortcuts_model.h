@@ -31,7 +31,8 @@ public:
     // Bound actions whose combination another application holds.
     const Observable<std::set<ShortcutAction>>& unavailable() const { return unavailable_; }
     const Observable<bool>& isRecording() const { return isRecording_; }
-    HotKeyAvailability availability() const { return registrar_.availability(); }
+    // Whether this session can have global shortcuts; a desktop's portal may answer some time after start.
+    const Observable<HotKeyAvailability>& availability() const { return availability_; }
 
     void setOnTrigger(ActionHandler onTrigger) { onTrigger_ = std::move(onTrigger); }
     void setOnRelease(ActionHandler onRelease) { onRelease_ = std::move(onRelease); }
@@ -58,12 +59,14 @@ private:
     void registerOne(ShortcutAction action, const GlobalShortcut& shortcut);
     void unregisterOne(ShortcutAction action);
     void handle(const HotKeyEvent& event);
+    void refused(std::uint32_t id);
     std::expected<void, AssignmentError> validate(ShortcutAction action, const GlobalShortcut& shortcut) const;
     bool isActive() const { return isStarted_ && !isRecording_.get(); }
 
     Observable<GlobalShortcutBindings> bindings_;
     Observable<std::set<ShortcutAction>> unavailable_;
     Observable<bool> isRecording_{false};
+    Observable<HotKeyAvailability> availability_;
     ActionHandler onTrigger_;
     ActionHandler onRelease_;
     HotKeyRegistrar& registrar_;

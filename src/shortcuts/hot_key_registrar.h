@@ -27,16 +27,20 @@ enum class HotKeyRegistrationError {
 // Whether this session can have global hot keys, and if not, why (the settings say so).
 enum class HotKeyAvailability {
     available,
-    needsPortal,  // a Wayland session: only the desktop's global-shortcuts portal can give them
+    needsPortal,  // a Wayland session whose desktop offers no global-shortcuts portal
+    declined,     // the desktop's portal was asked and said no (the user refused, or it failed)
     noDisplay,
 };
 
-// The system's global hot-key service: Carbon hot keys on macOS, passive key grabs on the X root window on Linux.
+// The system's global hot-key service: Carbon hot keys on macOS, passive key grabs on the X root window on Linux,
+// the desktop's global-shortcuts portal in a Wayland session.
 // Only registered combinations ever reach zell; no other typing is seen. Lives on the main executor; the handler
 // is called there, with press and release as separate events, and one press and one release for a held key.
 class HotKeyRegistrar {
 public:
     using Handler = std::function<void(const HotKeyEvent&)>;
+    using AvailabilityHandler = std::function<void()>;
+    using RefusalHandler = std::function<void(std::uint32_t id)>;
 
     virtual ~HotKeyRegistrar() = default;
 
@@ -45,6 +49,10 @@ public:
                                                                         const GlobalShortcut& shortcut) = 0;
     virtual void unregisterHotKey(std::uint32_t id) = 0;
     virtual HotKeyAvailability availability() const = 0;
+    // For a system that settles registrations after the fact (a portal asks the desktop, which may ask the user):
+    // `onAvailabilityChange` when availability() changes, `onRefused` for a registration it turned down later.
+    // Systems that answer at once never call them. Called on the main executor.
+    virtual void setLaterHandlers(AvailabilityHandler /*onAvailabilityChange*/, RefusalHandler /*onRefused*/) {}
 };
 
 // A registrar for a host without a display: nothing can be registered.

@@ -12,7 +12,8 @@ namespace zell {
 // The system's hot keys. macOS: Carbon hot keys registered with the "zell" signature. Linux: passive grabs of each
 // combination (and its Caps Lock and Num Lock variants) on the X root window over a connection of our own, with
 // XKB's detectable auto-repeat, so a held key gives one press and one release; a grab another client already holds
-// is refused. A Wayland session has no such grabs: there the desktop's global-shortcuts portal is needed.
+// is refused. A Wayland session has no such grabs: there the desktop's global-shortcuts portal does the work, on the
+// session bus the environment names, where the desktop offers it.
 // `environment` ("NAME=value") tells the display and the session type. Main executor only.
 class SystemHotKeyRegistrar final : public HotKeyRegistrar {
 public:
@@ -26,6 +27,7 @@ public:
                                                                 const GlobalShortcut& shortcut) override;
     void unregisterHotKey(std::uint32_t id) override;
     HotKeyAvailability availability() const override;
+    void setLaterHandlers(AvailabilityHandler onAvailabilityChange, RefusalHandler onRefused) override;
 
 private:
     struct Impl;

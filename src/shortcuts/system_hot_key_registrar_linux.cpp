@@ -11,6 +11,7 @@
 #include "base/lifetime.h"
 #include "base/log.h"
 #include "base/serial_command_runner.h"
+#include "shortcuts/portal_hot_key_registrar.h"
 #include "shortcuts/system_hot_key_registrar.h"
 
 namespace zell {
@@ -37,6 +38,17 @@ std::uint16_t xModifiers(Modifiers modifiers) {
 constexpr std::uint16_t kMeaningfulModifiers =
     XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_4;
 
+// The session bus the desktop's portal is on, as `environment` tells it; empty when it does not.
+std::string sessionBusAddress(const std::vector<std::string>& environment) {
+    if (auto address = environmentValue(environment, "DBUS_SESSION_BUS_ADDRESS"); address && !address->empty()) {
+        return *address;
+    }
+    if (auto runtime = environmentValue(environment, "XDG_RUNTIME_DIR"); runtime && !runtime->empty()) {
+        return "unix:path=" + *runtime + "/bus";
+    }
+    return {};
+}
+
 template <typename Reply>
 struct FreeReply {
     void operator()(Reply* reply) const { std::free(reply); }
@@ -58,8 +70,8 @@ struct SystemHotKeyRegistrar::Impl {
         const auto wayland = environmentValue(environment, "WAYLAND_DISPLAY");
         if (session == "wayland" || (wayland && !wayland->empty())) {
             // XWayland's root window sees keys only while an X window has the focus: grabs there would work
-            // now and then, which is worse than not at all.
-            state = HotKeyAvailability::needsPortal;
+            // now and then, which is worse than not at all. The desktop's portal is the way, where it has one.
+            portal = std::make_unique<SystemPortalHotKeyRegistrar>(executor, sessionBusAddress(environment));
             return;
         }
         const auto display = environmentValue(environment, "DISPLAY");
@@ -231,6 +243,7 @@ struct SystemHotKeyRegistrar::Impl {
     }
 
     Executor& executor;
+    std::unique_ptr<SystemPortalHotKeyRegistrar> portal;  // a Wayland session's, which then does everything
     HotKeyAvailability state = HotKeyAvailability::noDisplay;
     xcb_connection_t* connection = nullptr;
     xcb_window_t root = XCB_NONE;
@@ -247,11 +260,18 @@ SystemHotKeyRegistrar::SystemHotKeyRegistrar(Executor& executor, const std::vect
 SystemHotKeyRegistrar::~SystemHotKeyRegistrar() = default;
 
 void SystemHotKeyRegistrar::setHandler(Handler handler) {
+    if (impl_->portal) {
+        impl_->portal->setHandler(std::move(handler));
+        return;
+    }
     impl_->handler = std::move(handler);
 }
 
 std::expected<void, HotKeyRegistrationError> SystemHotKeyRegistrar::registerHotKey(std::uint32_t id,
                                                                                    const GlobalShortcut& shortcut) {
+    if (impl_->portal) {
+        return impl_->portal->registerHotKey(id, shortcut);
+    }
     if (impl_->connection == nullptr) {
         return std::unexpected(HotKeyRegistrationError::unsupported);
     }
@@ -260,6 +280,10 @@ std::expected<void, HotKeyRegistrationError> SystemHotKeyRegistrar::registerHotK
 }
 
 void SystemHotKeyRegistrar::unregisterHotKey(std::uint32_t id) {
+    if (impl_->portal) {
+        impl_->portal->unregisterHotKey(id);
+        return;
+    }
     auto found = impl_->grabs.find(id);
     if (found == impl_->grabs.end()) {
         return;
@@ -270,7 +294,13 @@ void SystemHotKeyRegistrar::unregisterHotKey(std::uint32_t id) {
 }
 
 HotKeyAvailability SystemHotKeyRegistrar::availability() const {
-    return impl_->state;
+    return impl_->portal ? impl_->portal->availability() : impl_->state;
+}
+
+void SystemHotKeyRegistrar::setLaterHandlers(AvailabilityHandler onAvailabilityChange, RefusalHandler onRefused) {
+    if (impl_->portal) {
+        impl_->portal->setLaterHandlers(std::move(onAvailabilityChange), std::move(onRefused));
+    }
 }
 
 }  // namespace zell

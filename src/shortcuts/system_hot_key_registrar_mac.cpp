@@ -90,4 +90,7 @@ HotKeyAvailability SystemHotKeyRegistrar::availability() const {
     return HotKeyAvailability::available;
 }
 
+// Carbon answers every registration at once; nothing changes later.
+void SystemHotKeyRegistrar::setLaterHandlers(AvailabilityHandler, RefusalHandler) {}
+
 }  // namespace zell

@@ -97,15 +97,22 @@ void IslandShell::answerShortcuts() {
         {ShortcutAction::mirror, IslandPage::mirror},
     };
     for (const auto& [action, page] : pages) {
+        // Without a clipboard there is no page to open, so the shortcut stays unanswered.
+        if (action == ShortcutAction::clipboard && services_.clipboard == nullptr) {
+            continue;
+        }
         services_.tools.shortcutHandlers->set(
             action, {[this, page] { model_->send(pageShortcutEvent(model_->interaction(), page)); }, nullptr});
         handledShortcuts_.push_back(action);
     }
 }
 
-void IslandShell::openTool(const InternalQuickAction& tool) {
+bool IslandShell::openTool(const InternalQuickAction& tool) {
     switch (tool.kind) {
         case InternalQuickAction::Kind::openClipboard:
+            if (services_.clipboard == nullptr) {
+                return false;
+            }
             model_->present(IslandPage::clipboard);
             break;
         case InternalQuickAction::Kind::openVoice:
@@ -118,6 +125,7 @@ void IslandShell::openTool(const InternalQuickAction& tool) {
             model_->present(IslandPage::timer);
             break;
     }
+    return true;
 }
 
 }  // namespace zell

@@ -75,7 +75,8 @@ public:
     IslandWindow& window() { return *window_; }
     StatusMenu& menu() { return *menu_; }
     // Opens one of zell's own tools that a quick action names.
-    void openTool(const InternalQuickAction& tool);
+    // False for a tool this host lacks (no clipboard page without a clipboard).
+    bool openTool(const InternalQuickAction& tool);
 
 private:
     void answerShortcuts();

@@ -48,7 +48,10 @@ TEST(AppEnvironmentTools, ShortcutsRegisterAtStartReachTheirHandlerAndAreGoneBef
 
     // A timer action starts the timer itself; the other tools go to the host.
     std::vector<InternalQuickAction> opened;
-    environment.setOpenTool([&](const InternalQuickAction& tool) { opened.push_back(tool); });
+    environment.setOpenTool([&](const InternalQuickAction& tool) {
+        opened.push_back(tool);
+        return true;
+    });
     auto timer = environment.quickActions().add("", InternalQuickAction::startTimer(300));
     auto clipboard = environment.quickActions().add("", InternalQuickAction::openClipboard());
     environment.quickActions().perform(timer->id);

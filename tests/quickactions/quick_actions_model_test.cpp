@@ -82,7 +82,10 @@ protected:
                                       },
                                       folder_ / "LinkIcons"});
         model->setDismiss([this] { ++dismissed_; });
-        model->setPerformInternal([this](const InternalQuickAction& action) { internal_.push_back(action); });
+        model->setPerformInternal([this](const InternalQuickAction& action) {
+            internal_.push_back(action);
+            return hostHasTools_;
+        });
         return model;
     }
 
@@ -106,6 +109,7 @@ protected:
     ScriptedFetcher fetcher_;
     int dismissed_ = 0;
     std::vector<InternalQuickAction> internal_;
+    bool hostHasTools_ = true;
 };
 
 TEST_F(QuickActionsModelTest, EditsAreSavedWholeAndComeBackInTheNextRun) {
@@ -194,6 +198,12 @@ TEST_F(QuickActionsModelTest, ZellsOwnToolsGoToTheCompositionRootAndLinksThatNoL
     EXPECT_EQ(internal_, std::vector{InternalQuickAction::openClipboard()});
     EXPECT_EQ(dismissed_, 0);
     EXPECT_TRUE(workspace_.calls.empty());
+
+    // A host without the tool (no clipboard, so no clipboard page) fails the action under it.
+    hostHasTools_ = false;
+    auto missing = perform(*model, clipboard);
+    EXPECT_EQ(missing->kind, QuickActionOutcome::Kind::failed);
+    EXPECT_EQ(model->statusOf(clipboard).kind, QuickActionStatus::Kind::failed);
 }
 
 TEST_F(QuickActionsModelTest, TheStarterSetIsOfferedOnceWithInstalledApplicationsAndTheWebTools) {

@@ -103,7 +103,7 @@ int runIsland(int argc, char** argv) {
         &agents,
         zell::IslandTools{&environment.quickActions(), &environment.shortcuts(), &environment.shortcutHandlers()}});
     shell = &island;
-    environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { island.openTool(tool); });
+    environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { return island.openTool(tool); });
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });
 

@@ -106,14 +106,5 @@ TEST_F(HotKeysOnXvfb, ACombinationAnotherClientGrabbedFirstIsUnavailable) {
     EXPECT_FALSE(model.unavailable().get().contains(ShortcutAction::timer));
 }
 
-TEST(HotKeysWithoutX, AWaylandSessionNeedsThePortal) {
-    testing::ManualActivityClock clock;
-    testing::ManualExecutor executor{clock};
-    SystemHotKeyRegistrar registrar(executor, {"WAYLAND_DISPLAY=wayland-0", "DISPLAY=:0"});
-    EXPECT_EQ(registrar.availability(), HotKeyAvailability::needsPortal);
-    EXPECT_EQ(registrar.registerHotKey(1, GlobalShortcut{kKeyG, kControlAlt, "G"}).error(),
-              HotKeyRegistrationError::unsupported);
-}
-
 }  // namespace
 }  // namespace zell

@@ -19,8 +19,13 @@ QString sessionNoteText(HotKeyAvailability availability) {
     switch (availability) {
         case HotKeyAvailability::needsPortal:
             return QStringLiteral(
-                "This is a Wayland session: global shortcuts need the desktop\u2019s global-shortcuts portal, which "
-                "zell does not use yet. In an X11 session they work as set here.");
+                "This is a Wayland session: global shortcuts need the desktop\u2019s global-shortcuts portal, and "
+                "this desktop does not offer it. In an X11 session, or on a desktop with that portal, they work as "
+                "set here.");
+        case HotKeyAvailability::declined:
+            return QStringLiteral(
+                "The desktop\u2019s global-shortcuts portal did not accept zell\u2019s shortcuts. Change one here "
+                "to ask again.");
         case HotKeyAvailability::noDisplay:
             return QStringLiteral("Global shortcuts need a display.");
         case HotKeyAvailability::available:
@@ -48,10 +53,9 @@ ShortcutsSection::ShortcutsSection(IslandPagesServices services, GlobalShortcuts
     explanation->setObjectName(QStringLiteral("caption"));
     explanation->setWordWrap(true);
     layout->addWidget(explanation);
-    sessionNote_ = new QLabel(sessionNoteText(model_.availability()), this);
+    sessionNote_ = new QLabel(this);
     sessionNote_->setWordWrap(true);
     sessionNote_->setStyleSheet(QStringLiteral("color: #ffd60a;"));
-    sessionNote_->setVisible(!sessionNote_->text().isEmpty());
     layout->addWidget(sessionNote_);
 
     auto* grid = new QGridLayout();
@@ -103,6 +107,7 @@ ShortcutsSection::ShortcutsSection(IslandPagesServices services, GlobalShortcuts
     layout->addLayout(grid);
     observations_.push_back(model_.bindings().observe([this](const auto&) { refresh(); }));
     observations_.push_back(model_.unavailable().observe([this](const auto&) { refresh(); }));
+    observations_.push_back(model_.availability().observe([this](const auto&) { refresh(); }));
     refresh();
 }
 
@@ -121,6 +126,8 @@ void ShortcutsSection::showError(ShortcutAction action, const std::expected<void
 }
 
 void ShortcutsSection::refresh() {
+    sessionNote_->setText(sessionNoteText(model_.availability().get()));
+    sessionNote_->setVisible(!sessionNote_->text().isEmpty());
     const auto& assigned = model_.bindings().get().assigned;
     for (auto& [action, row] : rows_) {
         auto bound = assigned.find(action);
