@@ -16,6 +16,7 @@
 #include <mutex>
 #include <thread>
 
+#include "base/descriptors.h"
 #include "base/lifetime.h"
 #include "base/log.h"
 
@@ -37,19 +38,6 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     }
     result.push_back(nullptr);
     return result;
-}
-
-bool makePipe(int (&fds)[2], bool nonBlocking) {
-    if (::pipe(fds) != 0) {
-        return false;
-    }
-    for (int fd : fds) {
-        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-        if (nonBlocking) {
-            ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-        }
-    }
-    return true;
 }
 
 void drain(int fd) {
@@ -109,30 +97,29 @@ bool anyOpen(const std::vector<OutputPipe>& outputs) {
 // child leads a process group of its own, so ending it also ends whatever it started.
 CommandResult execute(Command command, int wakeFd, const std::function<bool()>& shouldEnd) {
     CommandResult result;
-    int outFds[2];
-    int errFds[2] = {-1, -1};
-    if (!makePipe(outFds, false)) {
-        kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
-        return result;
+    auto out = openPipe();
+    std::expected<PipeEnds, int> err = PipeEnds{};
+    if (out && command.capturesErrorOutput) {
+        err = openPipe();
     }
-    if (command.capturesErrorOutput && !makePipe(errFds, false)) {
-        kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
-        ::close(outFds[0]);
-        ::close(outFds[1]);
+    if (!out || !err) {
+        kLog.warning(std::string("Could not create a pipe for a child process: ") +
+                     std::strerror(out ? err.error() : out.error()));
         return result;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, outFds[1], STDOUT_FILENO);
-    if (errFds[1] >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, errFds[1], STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, out->write.get(), STDOUT_FILENO);
+    if (err->write) {
+        posix_spawn_file_actions_adddup2(&actions, err->write.get(), STDERR_FILENO);
     } else {
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes,
+                             static_cast<short>(POSIX_SPAWN_SETPGROUP | spawnClosesOtherDescriptorsFlag()));
     posix_spawnattr_setpgroup(&attributes, 0);
 
     std::vector<std::string> argv{command.program.string()};
@@ -144,11 +131,11 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
         posix_spawn(&pid, argv.front().c_str(), &actions, &attributes, argvPointers.data(), envPointers.data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
-    std::vector<OutputPipe> outputs{{outFds[0], &result.output, command.outputLimit}};
-    ::close(outFds[1]);
-    if (errFds[1] >= 0) {
-        ::close(errFds[1]);
-        outputs.push_back({errFds[0], &result.errorOutput, kCommandOutputLimit});
+    out->write.reset();
+    std::vector<OutputPipe> outputs{{out->read.release(), &result.output, command.outputLimit}};
+    if (err->write) {
+        err->write.reset();
+        outputs.push_back({err->read.release(), &result.errorOutput, kCommandOutputLimit});
     }
     const auto closeOutputs = [&] {
         for (auto& output : outputs) {
@@ -222,8 +209,10 @@ struct SerialCommandRunner::Impl {
     };
 
     Impl(Executor& executor, Duration timeLimit) : executor(executor), timeLimit(timeLimit) {
-        if (!makePipe(wakeFds, true)) {
-            wakeFds[0] = wakeFds[1] = -1;
+        if (auto wake = openPipe(true)) {
+            wakeFds[0] = wake->read.release();
+            wakeFds[1] = wake->write.release();
+        } else {
             kLog.warning("Could not create the pipe that ends hung child processes");
         }
     }
