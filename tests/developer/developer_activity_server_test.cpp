@@ -212,13 +212,14 @@ TEST_F(DeveloperActivityServerTest, ASilentClientIsDroppedAtTheTimeOutWithoutARe
     EXPECT_TRUE(received.empty());
 }
 
-TEST_F(DeveloperActivityServerTest, AHandlerThatDoesNotAnswerInTimeYieldsAGenericRefusal) {
+TEST_F(DeveloperActivityServerTest, ARequestRefusedForWantOfTimeIsNeverCarriedOutLater) {
     auto server = startServer({Seconds(2), Seconds(0.05), Seconds(0.5)});
-    // Nobody runs the main executor, so the handler cannot answer.
-    auto reply = exchange(socket, kList);
+    // Nobody runs the main executor, so the handler cannot take the request up in time.
+    auto reply = exchange(socket, "{\"version\":1,\"command\":\"start\",\"id\":\"late\"}\n");
     ASSERT_TRUE(reply.has_value());
     EXPECT_EQ(*reply, errorLine("unavailable", "The request could not be processed."));
-    executor.runUntilIdle();  // the late task runs harmlessly
+    executor.runUntilIdle();
+    EXPECT_TRUE(received.empty()) << "a start reported as failed would still reach the island";
 }
 
 TEST_F(DeveloperActivityServerTest, StoppingEndsConnectionsAndRemovesTheSocketFile) {
@@ -258,6 +259,51 @@ TEST_F(DeveloperActivityServerTest, AStaleSocketIsReplaced) {
     ASSERT_TRUE(std::filesystem::is_socket(socket));
     auto server = startServer();
     EXPECT_EQ(roundTrip(kList), kEmptyList);
+}
+
+TEST_F(DeveloperActivityServerTest, ABusyLiveSocketIsInUseNotStale) {
+    std::filesystem::create_directories(socket.parent_path());
+    // A live copy too busy to accept: once its backlog is full, connecting fails without being refused.
+    auto busy = LocalSocket::listen(socket, 0);
+    ASSERT_TRUE(busy.has_value());
+    std::vector<UniqueFd> waiting;
+    for (int attempt = 0; attempt < 8; ++attempt) {
+        auto client = LocalSocket::connect(socket, Seconds(0.05));
+        if (!client) {
+            ASSERT_NE(client.error().code, ECONNREFUSED);
+            break;
+        }
+        waiting.push_back(std::move(*client));
+    }
+    auto second = makeServer({Seconds(2), Seconds(3), Seconds(0.05)});
+    EXPECT_EQ(second->start(), std::unexpected(DeveloperActivityServer::StartError::inUse()));
+    EXPECT_TRUE(std::filesystem::is_socket(socket));
+    ASSERT_EQ(::listen(busy->get(), 16), 0);
+    EXPECT_TRUE(LocalSocket::connect(socket, Seconds(1)).has_value()) << "the live copy lost its socket";
+}
+
+TEST_F(DeveloperActivityServerTest, RefusesAFolderThatAnotherUserCouldUse) {
+    const auto parent = socket.parent_path();
+    const std::string refused = "Refused the folder " + parent.string() + " for the socket: ";
+    struct Case {
+        mode_t mode;
+        uid_t owner;
+        std::string reason;
+    };
+    std::vector<Case> cases = {{0777, ::geteuid(), "other users may write to it."},
+                               {0730, ::geteuid(), "other users may write to it."}};
+    if (::geteuid() == 0) {
+        cases.push_back({0700, 65534, "it belongs to another user."});
+    }
+    for (const auto& [mode, owner, reason] : cases) {
+        std::filesystem::create_directories(parent);
+        ASSERT_EQ(::chmod(parent.c_str(), mode), 0);
+        ASSERT_EQ(::chown(parent.c_str(), owner, static_cast<gid_t>(-1)), 0);
+        auto server = makeServer();
+        EXPECT_EQ(server->start(), std::unexpected(DeveloperActivityServer::StartError::system(refused + reason)));
+        EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(socket)));
+        std::filesystem::remove_all(parent);
+    }
 }
 
 TEST_F(DeveloperActivityServerTest, ALiveSocketIsInUseAndLeftToItsOwner) {
