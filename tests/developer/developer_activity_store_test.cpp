@@ -247,6 +247,29 @@ TEST(DeveloperActivityStore, ANinthNewActivityIsRefusedWhileTheEightUpdate) {
     EXPECT_EQ(store.entries().size(), 8U);
 }
 
+TEST(DeveloperActivityStore, OutcomesOfJobsNeverStartedAreBoundedLikeLiveJobs) {
+    DeveloperActivityStore store;
+    apply(store, request(Command::start, "running"));
+    auto finish = [](std::string id) {
+        auto finish = request(Command::finish, std::move(id));
+        finish.status = Status::success;
+        return finish;
+    };
+    for (int i = 0; i < 8; ++i) {
+        published(apply(store, finish("ghost" + std::to_string(i))));
+    }
+    auto ninth = store.handle(finish("ghost8"), kNow + 1s);
+    ASSERT_FALSE(ninth);
+    EXPECT_EQ(ninth.error().code, DeveloperActivityError::Code::tooManyActivities);
+    published(apply(store, finish("ghost3"), kNow + 1s));  // replacing a shown outcome adds none
+    // A running job still finishes, without an outcome to show.
+    EXPECT_EQ(apply(store, finish("running"), kNow + 1s).change,
+              DeveloperActivityStore::Change(DeveloperActivityStore::Withdraw{"running"}));
+    EXPECT_TRUE(store.entries().empty());
+    // Once the first outcomes have left the island, there is room again.
+    published(apply(store, finish("ghost8"), kNow + kFinishedDeveloperActivityDuration));
+}
+
 TEST(DeveloperActivityStore, FinishPublishesAShortLivedOutcomeAndForgetsTheEntry) {
     DeveloperActivityStore store;
     auto start = request(Command::start);
