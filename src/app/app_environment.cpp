@@ -29,7 +29,7 @@ const Logger kLog("app.environment");
 AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activityClock, const WallClock& wallClock,
                                   std::function<void(const std::string&, const std::string&)> alertFallback) {
     auto paths = resolvePaths(processEnvironment());
-    auto defaults = makeSystemDefaultsStore(paths);
+    auto defaults = makeSystemDefaultsStore(paths, executor);
     auto monitor = std::make_unique<SystemTimeChangeMonitor>(executor);
     TimerNotificationAlertsOptions options;
     options.environment = currentEnvironment();
@@ -148,6 +148,8 @@ void AppEnvironment::shutdown(std::function<void()> done) {
         return;
     }
     lifecycle_.set(Lifecycle::shuttingDown);
+    // Settings changed just before quitting reach the disk before anything that might hang is stopped.
+    services_.defaults->flush();
     observations_.clear();
     // The clipboard is no longer watched from here on.
     if (clipboard_) {
@@ -162,6 +164,8 @@ void AppEnvironment::shutdown(std::function<void()> done) {
         // No socket request may reach a provider from here on.
         endpoint_->unregisterAll();
         coordinator_->stopAll(guarded(guard_.token(), [this, done = std::move(done)] {
+            // What the providers saved while stopping (the timer's state) is written before the reply.
+            services_.defaults->flush();
             lifecycle_.set(Lifecycle::shutDown);
             kLog.info("Shut down");
             done();

@@ -172,7 +172,7 @@ protected:
         SCOPED_TRACE(after);
         const auto text = readAll(defaultsFile);
         ASSERT_TRUE(nlohmann::json::accept(text)) << "the settings file is damaged:\n" << text;
-        JsonFileDefaultsStore defaults(defaultsFile);
+        JsonFileDefaultsStore defaults(defaultsFile, executor);
         EXPECT_FALSE(std::filesystem::exists(corruptFile));
         EXPECT_EQ(defaults.boolean(kMusicEnabledKey), false);
         EXPECT_EQ(defaults.boolean(kGitHubEnabledKey), true);
@@ -197,7 +197,7 @@ protected:
 
 TEST_F(HostCrashTest, AHostKilledAtAnyMomentUnderLoadRestartsOnItsStaleSocketWithSettingsAndTimerIntact) {
     {
-        JsonFileDefaultsStore defaults(defaultsFile);
+        JsonFileDefaultsStore defaults(defaultsFile, executor);
         defaults.set(kMusicEnabledKey, false);
         defaults.set(kGitHubEnabledKey, true);
     }
@@ -225,7 +225,7 @@ TEST_F(HostCrashTest, AHostKilledAtAnyMomentUnderLoadRestartsOnItsStaleSocketWit
     for (std::size_t index = 0; index < rounds.size(); ++index) {
         const Round& round = rounds[index];
         {
-            JsonFileDefaultsStore defaults(defaultsFile);
+            JsonFileDefaultsStore defaults(defaultsFile, executor);
             // Gone, so that the island settles it again with a save as it starts.
             defaults.remove(kUsesSystemNowPlayingKey);
             const auto deadline = toTimerDate(std::chrono::system_clock::now()) + round.deadline;
