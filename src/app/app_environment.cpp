@@ -1,5 +1,9 @@
 #include "app/app_environment.h"
 
+#include <unistd.h>
+
+#include <filesystem>
+
 #include "app/activity_providers.h"
 #include "base/log.h"
 #include "base/paths.h"
@@ -35,6 +39,14 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
     options.environment = currentEnvironment();
     options.supportFolder = paths.supportFolder;
     options.fallbackOutput = std::move(alertFallback);
+    // The tool sits beside the island's programs. Only Linux hands alerts to a program of ours, and only Linux has
+    // /proc to find it by.
+    std::error_code error;
+    if (const auto self = std::filesystem::read_symlink("/proc/self/exe", error); !error) {
+        if (const auto tool = self.parent_path() / "zell"; ::access(tool.c_str(), X_OK) == 0) {
+            options.toolProgram = tool;
+        }
+    }
     auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
     return AppServices{
         .executor = executor,

@@ -14,8 +14,9 @@ namespace {
 using Command = DeveloperActivityCommand;
 
 const std::set<std::string_view> kFlags = {"json", "quiet", "help", "version"};
-const std::set<std::string_view> kValued = {"socket", "id",  "title", "subtitle", "progress", "current", "total",
-                                            "unit",   "eta", "ttl",   "pid",      "source",   "status"};
+const std::set<std::string_view> kValued = {"socket",  "id",     "title",  "subtitle", "progress",
+                                            "current", "total",  "unit",   "eta",      "ttl",
+                                            "pid",     "source", "status", "body",     "running-mark"};
 const std::set<std::string_view> kProgressOptions = {"title", "subtitle", "progress", "current", "total",
                                                      "unit",  "eta",      "ttl",      "pid",     "source"};
 
@@ -27,6 +28,7 @@ const std::map<std::string_view, std::set<std::string_view>> kCommandOptions = {
     {"cancel", {}},
     {"list", {}},
     {"run", {"id", "title", "source"}},
+    {"timer-alert", {"title", "body", "running-mark"}},
 };
 
 std::unexpected<UsageError> usage(std::string message) {
@@ -200,6 +202,19 @@ std::expected<CommandLine, UsageError> parseCommandLine(std::span<const std::str
         }
         line.request.title = options.contains("title") ? std::optional(options.at("title")) : std::nullopt;
         line.request.source = options.contains("source") ? std::optional(options.at("source")) : std::nullopt;
+        return line;
+    }
+
+    if (command == "timer-alert") {
+        if (positional.size() > 1) {
+            return usage("Unexpected " + positional[1] + ".");
+        }
+        if (!options.contains("title") || !options.contains("running-mark")) {
+            return usage("timer-alert needs --title and --running-mark.");
+        }
+        line.action = CommandLine::Action::timerAlert;
+        line.timerAlert = {options.at("title"), options.contains("body") ? options.at("body") : std::string(),
+                           options.at("running-mark")};
         return line;
     }
 

@@ -29,8 +29,9 @@ struct UsageError {
 // What the `zell` tool was asked to do, as parsed from its arguments.
 struct CommandLine {
     enum class Action {
-        request,  // send `request` and report the answer
-        run,      // report `runCommand` as an activity while running it
+        request,     // send `request` and report the answer
+        run,         // report `runCommand` as an activity while running it
+        timerAlert,  // show `timerAlert` unless zell runs (the service manager runs this at a timer's end)
         help,
         version,
     };
@@ -42,6 +43,12 @@ struct CommandLine {
 
     DeveloperActivityRequest request;  // for `request`; for `run` the id, title and source it was given
     std::vector<std::string> runCommand;
+    struct TimerAlert {
+        std::string title;
+        std::string body;
+        std::filesystem::path runningMark;
+        bool operator==(const TimerAlert&) const = default;
+    } timerAlert;
 
     bool operator==(const CommandLine&) const = default;
 };

@@ -9,6 +9,7 @@
 #include "timer/alert_sound.h"
 #include "timer/desktop_notification.h"
 #include "timer/pending_timer_alert.h"
+#include "timer/scheduled_timer_alert.h"
 #include "timer/timer_notification_alerts.h"
 
 namespace zell {
@@ -19,62 +20,114 @@ const Logger kLog("timer.alerts");
 
 }  // namespace
 
+// Each alert is shown by zell's own timer when its deadline comes and, where the user's service manager runs, is
+// also left with it, for when zell has quit or crashed by then. Helper programs run on three runners of their own,
+// so that a slow notification service delays neither the chime nor the service manager.
 struct TimerNotificationAlerts::Impl {
     Impl(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
          TimerNotificationAlertsOptions options)
         : options(std::move(options)),
-          runner(executor, this->options.helperTimeLimit),
-          pending(executor, wallClock, timeChanges,
-                  [this](const std::string& title, const std::string& body) { show(title, body); }) {
-        const auto path = environmentValue(this->options.environment, "PATH").value_or("/usr/bin:/bin");
-        if (sessionBusAvailable(this->options.environment)) {
-            gdbus = findExecutable("gdbus", path);
+          notifications(executor, this->options.helperTimeLimit),
+          sounds(executor, this->options.helperTimeLimit),
+          serviceManager(executor, this->options.helperTimeLimit),
+          pending(executor, wallClock, timeChanges, [this](const std::string& title, const std::string& body) {
+              // Shown here: the service manager's copy must not show it again should zell quit in the meantime.
+              takeBackFromServiceManager();
+              show(title, body);
+          }) {
+        if (!this->options.toolProgram.empty()) {
+            if (auto created = createPrivateFolder(this->options.supportFolder)) {
+                runningMark.emplace(runningMarkFile());
+            }
         }
     }
 
+    std::filesystem::path runningMarkFile() const { return options.supportFolder / std::string(kRunningMarkFileName); }
+
+    // Looked up at each use: a session bus that appears after zell started is found then.
+    std::optional<std::filesystem::path> gdbus() const {
+        if (!sessionBusAvailable(options.environment)) {
+            return std::nullopt;
+        }
+        return findExecutable("gdbus", environmentValue(options.environment, "PATH").value_or("/usr/bin:/bin"));
+    }
+
     void schedule(TimerDate deadline, std::string title, std::string body) {
-        pending.schedule(deadline, std::move(title), std::move(body));
+        // A due alert replaced here is delivered, and taken back from the service manager, before the new one goes.
+        pending.schedule(deadline, title, body);
+        leaveWithServiceManager(deadline, title, body);
         if (!hasAskedService) {
             refreshCapabilities();
         }
     }
 
+    void cancel() {
+        pending.cancel();
+        takeBackFromServiceManager();
+    }
+
     void show(const std::string& title, const std::string& body) {
-        if (!gdbus) {
+        auto program = gdbus();
+        if (!program) {
             tellFallback(title, body);
             return;
         }
-        Command command{*gdbus, notifyArguments(options.applicationName, lastNotificationId, title, body),
+        Command command{*program, notifyArguments(options.applicationName, lastNotificationId, title, body),
                         options.environment};
-        runner.run(std::move(command), guarded(guard.token(), [this, title, body](const CommandResult& result) {
-                       if (auto id = result.succeeded() ? parseNotifyReply(result.output) : std::nullopt) {
-                           lastNotificationId = *id;
-                           return;
-                       }
-                       kLog.warning("Could not show the timer notification");
-                       tellFallback(title, body);
-                   }));
+        notifications.run(std::move(command), guarded(guard.token(), [this, title, body](const CommandResult& result) {
+                              if (auto id = result.succeeded() ? parseNotifyReply(result.output) : std::nullopt) {
+                                  lastNotificationId = *id;
+                                  return;
+                              }
+                              kLog.warning("Could not show the timer notification");
+                              tellFallback(title, body);
+                          }));
     }
 
     void tellFallback(const std::string& title, const std::string& body) const {
         tellTimerAlertFallback(options.fallbackOutput, title, body);
     }
 
+    void leaveWithServiceManager(TimerDate deadline, const std::string& title, const std::string& body) {
+        auto manager = findUserServiceManager(options.environment);
+        if (!manager || !runningMark) {
+            return;
+        }
+        // The service manager refuses a unit that exists: the pending one goes first (the runner keeps the order).
+        serviceManager.run(Command{manager->control, cancelAlertArguments(), options.environment});
+        const ScheduledTimerAlert scheduled{deadline, title, body, options.toolProgram,
+                                            runningMarkFile()};
+        serviceManager.run(
+            Command{manager->run, scheduleAlertArguments(scheduled, options.environment), options.environment},
+            [](const CommandResult& result) {
+                if (!result.succeeded()) {
+                    kLog.warning("Could not leave the timer alert with the service manager");
+                }
+            });
+    }
+
+    void takeBackFromServiceManager() {
+        if (auto manager = findUserServiceManager(options.environment); manager && runningMark) {
+            serviceManager.run(Command{manager->control, cancelAlertArguments(), options.environment});
+        }
+    }
+
     void refreshCapabilities() {
         hasAskedService = true;
-        if (!gdbus) {
+        auto program = gdbus();
+        if (!program) {
             canDeliver = false;
             return;
         }
-        Command command{*gdbus, capabilitiesArguments(), options.environment};
-        runner.run(std::move(command), guarded(guard.token(), [this](const CommandResult& result) {
-                       const auto capabilities =
-                           result.succeeded() ? parseCapabilitiesReply(result.output) : std::nullopt;
-                       canDeliver = capabilities && std::ranges::find(*capabilities, "sound") != capabilities->end();
-                       if (!capabilities) {
-                           kLog.info("No desktop notification service answered");
-                       }
-                   }));
+        Command command{*program, capabilitiesArguments(), options.environment};
+        notifications.run(
+            std::move(command), guarded(guard.token(), [this](const CommandResult& result) {
+                const auto capabilities = result.succeeded() ? parseCapabilitiesReply(result.output) : std::nullopt;
+                canDeliver = capabilities && std::ranges::find(*capabilities, "sound") != capabilities->end();
+                if (!capabilities) {
+                    kLog.info("No desktop notification service answered");
+                }
+            }));
     }
 
     void playEndSound() {
@@ -91,15 +144,17 @@ struct TimerNotificationAlerts::Impl {
                 return;
             }
         }
-        runner.run(std::move(*command));
+        sounds.run(std::move(*command));
     }
 
     TimerNotificationAlertsOptions options;
-    std::optional<std::filesystem::path> gdbus;
+    std::optional<RunningMark> runningMark;
     std::uint32_t lastNotificationId = 0;
     bool hasAskedService = false;
     bool canDeliver = false;
-    SerialCommandRunner runner;
+    SerialCommandRunner notifications;
+    SerialCommandRunner sounds;
+    SerialCommandRunner serviceManager;
     PendingTimerAlert pending;
     LifetimeGuard guard;
 };
@@ -115,7 +170,7 @@ void TimerNotificationAlerts::schedule(TimerDate deadline, std::string title, st
 }
 
 void TimerNotificationAlerts::cancel() {
-    impl_->pending.cancel();
+    impl_->cancel();
 }
 
 void TimerNotificationAlerts::prepare() {

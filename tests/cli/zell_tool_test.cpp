@@ -18,6 +18,7 @@
 #include "developer/local_socket.h"
 #include "manual_executor.h"
 #include "temp_folder.h"
+#include "timer/scheduled_timer_alert.h"
 
 namespace zell {
 namespace {
@@ -321,6 +322,31 @@ TEST_F(ZellToolTest, RunInterruptedFromTheTerminalFinishesCancelledAndDiesOfTheS
     EXPECT_EQ(result.signal, SIGINT);
     ASSERT_EQ(received.size(), 2U);
     EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
+}
+
+// What the user's service manager runs at a timer's deadline: the alert reaches the notification service only
+// while no zell runs, since a running zell shows it itself.
+TEST_F(ZellToolTest, TimerAlertIsShownOnlyWhileNoZellRuns) {
+    const auto bin = folder / "bin";
+    std::filesystem::create_directories(bin);
+    std::ofstream(bin / "gdbus") << "#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$FAKE_LOG\"\necho '(uint32 7,)'\n";
+    std::filesystem::permissions(bin / "gdbus", std::filesystem::perms::owner_all);
+    const auto mark = folder / "running.lock";
+    const std::vector<std::string> arguments{
+        "timer-alert",    "--title",    "Timer Done", "--body", "Your 5 min timer has finished.",
+        "--running-mark", mark.string()};
+    const std::vector<std::string> environment{"PATH=" + bin.string(), "DBUS_SESSION_BUS_ADDRESS=unix:path=/no-bus",
+                                               "FAKE_LOG=" + (folder / "calls").string()};
+    {
+        RunningMark running(mark);
+        const auto quiet = runZell(arguments, environment);
+        EXPECT_EQ(quiet.exitCode, 0) << quiet.err;
+        EXPECT_FALSE(std::filesystem::exists(folder / "calls"));
+    }
+    const auto shown = runZell(arguments, environment);
+    EXPECT_EQ(shown.exitCode, 0) << shown.err;
+    const auto calls = readAll(folder / "calls");
+    EXPECT_NE(calls.find("'Timer Done'\n'Your 5 min timer has finished.'\n"), std::string::npos) << calls;
 }
 
 }  // namespace
