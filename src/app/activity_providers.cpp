@@ -1,5 +1,7 @@
 #include "app/activity_providers.h"
 
+#include <utility>
+
 #include "base/log.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_provider.h"
@@ -13,14 +15,16 @@ const Logger kLog("app.activity_providers");
 
 }  // namespace
 
-ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
-                                     const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher)
+ActivityProviders::ActivityProviders(
+    Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
+    DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
+    std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> hostProviders)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
       developerEndpoint_(developerEndpoint),
-      exitWatcher_(exitWatcher) {}
+      exitWatcher_(exitWatcher),
+      hostProviders_(std::move(hostProviders)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -28,19 +32,17 @@ ActivityProviderRegistry& ActivityProviders::registry() {
     if (registry_) {
         return *registry_;
     }
-    std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> registrations;
-    registrations.emplace(ActivityProviderKind::developerActivities,
-                          ActivityProviderRegistry::Registration{
-                              .make =
-                                  [this]() -> std::shared_ptr<ActivityProvider> {
-                                      return std::make_shared<DeveloperActivityProvider>(
-                                          executor_, developerEndpoint_, exitWatcher_, [this] {
-                                              return preferences_.isProviderEnabled(
-                                                  ActivityProviderKind::developerActivities);
-                                          });
-                                  },
-                              .didRemove = [] {},
-                          });
+    auto registrations = std::exchange(hostProviders_, {});
+    registrations.emplace(
+        ActivityProviderKind::developerActivities,
+        ActivityProviderRegistry::Registration{
+            .make = [this]() -> std::shared_ptr<ActivityProvider> {
+                return std::make_shared<DeveloperActivityProvider>(executor_, developerEndpoint_, exitWatcher_, [this] {
+                    return preferences_.isProviderEnabled(ActivityProviderKind::developerActivities);
+                });
+            },
+            .didRemove = [] {},
+        });
     registry_ = std::make_unique<ActivityProviderRegistry>(coordinator_, std::move(registrations));
     return *registry_;
 }

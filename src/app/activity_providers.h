@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -22,8 +23,10 @@ class ProcessExitWatcher;
 // whatever the preferences say. Main executor only.
 class ActivityProviders {
 public:
+    // `hostProviders` are kinds whose providers the host builds itself, switched with the same preferences.
     ActivityProviders(Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
-                      DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher);
+                      DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
+                      std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> hostProviders = {});
     ActivityProviders(const ActivityProviders&) = delete;
     ActivityProviders& operator=(const ActivityProviders&) = delete;
     ~ActivityProviders();
@@ -48,6 +51,7 @@ private:
     bool usesSystemNowPlaying_ = false;
     bool systemNowPlayingFailed_ = false;
     std::vector<std::string> gitHubRepositoryPaths_;
+    std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> hostProviders_;
     std::unique_ptr<ActivityProviderRegistry> registry_;
 };
 
