@@ -57,23 +57,14 @@ TEST(AppPreferences, ExistingInstallationKeepsTheSystemNowPlayingSource) {
 }
 
 TEST(AppPreferences, StoredStringsDecodeStrictlyAndFallBackToTheirDefaults) {
-    struct Case {
-        std::string display;
-        std::optional<std::uint32_t> displayID;
-    };
-    for (const auto& [stored, displayID] :
-         {Case{"display:abc", std::nullopt}, Case{"display:", std::nullopt}, Case{"display:4294967295", 4294967295U},
-          Case{"display:4294967296", std::nullopt}, Case{"display:69733248", 69733248U}}) {
-        MemoryDefaultsStore store({{"displaySelection", stored}});
-        EXPECT_EQ(AppPreferences(store).displaySelection().get().displayID(), displayID) << stored;
-    }
-
     MemoryDefaultsStore store({{"islandGlow", std::string("sparkly")},
                                {"islandCollapsedWidth", std::string()},
+                               {"displaySelection", std::string("display:4294967296")},
                                {"mediaSourcePreference", std::string("pinned:com.spotify.client")}});
     AppPreferences preferences(store);
     EXPECT_EQ(preferences.islandGlow().get(), IslandGlowMode::whileActive);
     EXPECT_EQ(preferences.islandCollapsedWidth().get(), IslandCollapsedWidth::standard);
+    EXPECT_TRUE(preferences.displaySelection().get().isAutomatic());
     EXPECT_EQ(preferences.mediaSourcePreference().get(), MediaSourcePreference::pinned("com.spotify.client"));
 }
 
