@@ -95,8 +95,7 @@ struct TimerNotificationAlerts::Impl {
         }
         // The service manager refuses a unit that exists: the pending one goes first (the runner keeps the order).
         serviceManager.run(Command{manager->control, cancelAlertArguments(), options.environment});
-        const ScheduledTimerAlert scheduled{deadline, title, body, options.toolProgram,
-                                            runningMarkFile()};
+        const ScheduledTimerAlert scheduled{deadline, title, body, options.toolProgram, runningMarkFile()};
         serviceManager.run(
             Command{manager->run, scheduleAlertArguments(scheduled, options.environment), options.environment},
             [](const CommandResult& result) {

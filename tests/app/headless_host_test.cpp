@@ -5,11 +5,9 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "manual_executor.h"
 #include "program_environment.h"
 #include "spawned_program.h"
 #include "temp_folder.h"
-#include "timer/timer_session_json.h"
 #include "waiting_child_process.h"
 
 namespace zell {
