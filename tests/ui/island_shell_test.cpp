@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QMenu>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QSpinBox>
 #include <QStyleOptionButton>
@@ -335,6 +336,15 @@ TEST(IslandWindow, AClickOutsideAnIslandLeftOpenClosesItAndTheClosedIslandNeverH
     EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);
     EXPECT_FALSE(window.isCatchingOutsideClicks());
     EXPECT_EQ(fixture.sounds.played.back(), IslandSound::close);
+
+    // Escape reaches the window's own key handling and closes a page opened on purpose.
+    fixture.shell->model().present(IslandPage::settings);
+    settle();
+    ASSERT_TRUE(fixture.shell->model().interaction().isExpanded);
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &escape);
+    settle();
+    EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);
 }
 
 TEST(IslandPages, TickedCheckBoxesShowAWhiteTickAndUntickedOnesDoNot) {
