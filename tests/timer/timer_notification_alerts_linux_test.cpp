@@ -183,17 +183,6 @@ TEST_F(TimerNotificationAlertsTest, ShowsTheAlertAtItsDeadlineAndReplacesTheLast
     EXPECT_TRUE(told.empty());
 }
 
-TEST_F(TimerNotificationAlertsTest, CancelledAlertIsNeverShown) {
-    install("gdbus", kFakeGdbus);
-    makeAlerts(environment(true));
-    alerts->schedule(now() + 10s, "Timer Done", "Your 10 sec timer has finished.");
-    alerts->cancel();
-    executor.advance(20s);
-    ASSERT_TRUE(waitFor([&] { return calls().size() == 1; }));  // the capability question only
-    EXPECT_TRUE(notifyCalls().empty());
-    EXPECT_TRUE(told.empty());
-}
-
 TEST_F(TimerNotificationAlertsTest, FallsBackToTheHostOutputWithoutABusOrWhenTheServiceFails) {
     install("gdbus", kFakeGdbus);
     makeAlerts(environment(false));

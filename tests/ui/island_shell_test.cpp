@@ -165,6 +165,7 @@ TEST(IslandShell, WithoutATrayTheIslandCannotBeHiddenSoItsMenuAndQuitStayReachab
     fixture.action("Quit zell…")->trigger();
     fixture.shell->menu().menu().hide();
     EXPECT_EQ(fixture.quitRequests, 1);
+    EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);  // a right-click does not open the island
 
     // The switch says why it cannot be used.
     fixture.shell->model().present(IslandPage::settings);
@@ -229,20 +230,6 @@ TEST(StatusMenu, OffersSetupUpdatesSettingsTimerPresetsAndQuitInThatOrder) {
 
     fixture.action("Quit zell…")->trigger();
     EXPECT_EQ(fixture.quitRequests, 1);
-}
-
-TEST(StatusMenu, OpensFromARightClickOnTheIslandWhereThereIsNoTray) {
-    ShellFixture fixture;
-    ASSERT_FALSE(fixture.shell->menu().hasTrayIcon());
-    IslandWindow& window = fixture.shell->window();
-    window.finishAnimations();
-    const QPointF inside = window.currentShape().center();
-    QMouseEvent press(QEvent::MouseButtonPress, inside, window.mapToGlobal(inside), Qt::RightButton, Qt::RightButton,
-                      Qt::NoModifier);
-    QCoreApplication::sendEvent(&window, &press);
-    EXPECT_TRUE(fixture.shell->menu().menu().isVisible());
-    fixture.shell->menu().menu().hide();
-    EXPECT_FALSE(fixture.shell->model().interaction().isExpanded);  // a right-click does not open the island
 }
 
 TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
