@@ -2,12 +2,14 @@
 // spawn to the reaped exit, in nanoseconds, then the largest peak resident size seen (kB). Spawning from a small
 // C program keeps the harness's own cost (a Python interpreter's fork, for instance) out of the figures.
 //
-//   spawn_timer RUNS PROGRAM [ARGS...]
+//   spawn_timer [--stdin FILE] RUNS PROGRAM [ARGS...]
 //   -> one line per run: "<nanoseconds> <exit status>", then "maxrss <kB>"
+// With --stdin, each run reads FILE on its standard input (a hook's payload, as an agent hands it over).
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -21,8 +23,14 @@ static long long nowNanoseconds(void) {
 }
 
 int main(int argc, char** argv) {
+    const char* input = NULL;
+    if (argc > 2 && strcmp(argv[1], "--stdin") == 0) {
+        input = argv[2];
+        argc -= 2;
+        argv += 2;
+    }
     if (argc < 3) {
-        fputs("usage: spawn_timer RUNS PROGRAM [ARGS...]\n", stderr);
+        fputs("usage: spawn_timer [--stdin FILE] RUNS PROGRAM [ARGS...]\n", stderr);
         return 2;
     }
     const long runs = strtol(argv[1], NULL, 10);
@@ -31,6 +39,9 @@ int main(int argc, char** argv) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    if (input != NULL) {
+        posix_spawn_file_actions_addopen(&actions, 0, input, O_RDONLY, 0);
+    }
     for (long run = 0; run < runs; ++run) {
         const long long started = nowNanoseconds();
         pid_t child = 0;

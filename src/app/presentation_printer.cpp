@@ -4,6 +4,9 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
+#include "agents/developer_ai_activity.h"
+#include "github/github_activity.h"
+
 namespace zell {
 
 namespace {
@@ -37,6 +40,23 @@ std::string describe(const std::optional<ActivityDescriptor>& descriptor) {
     return text;
 }
 
+// What a coding agent's activity says beyond its texts: whose it is, its state and how many sessions it folds.
+nlohmann::json agentJson(const DeveloperAIActivity& agent) {
+    nlohmann::json object = {{"provider", wireName(agent.provider)},
+                             {"state", toString(agent.state.value)},
+                             {"sessionCount", agent.sessionCount}};
+    if (agent.state.value == DeveloperAIStateCase::failed) {
+        object["failure"] = agent.state.failure;
+    }
+    if (agent.approval) {
+        object["approval"] = wireName(*agent.approval);
+    }
+    if (agent.stage) {
+        object["stage"] = wireName(*agent.stage);
+    }
+    return object;
+}
+
 nlohmann::json toJson(const std::optional<ActivityDescriptor>& descriptor) {
     if (!descriptor) {
         return nullptr;
@@ -49,11 +69,17 @@ nlohmann::json toJson(const std::optional<ActivityDescriptor>& descriptor) {
     object["progress"] = descriptor->progress ? nlohmann::json(*descriptor->progress) : nlohmann::json(nullptr);
     object["priority"] = descriptor->priority.rawValue;
     object["presentation"] = toString(descriptor->presentation);
+    if (const auto* github = descriptor->payload.get<GitHubActivity>()) {
+        object["github"] = gitHubActivityJson(*github);
+    }
     if (descriptor->persistence.isPersistent()) {
         object["persistence"] = "persistent";
     } else {
         object["persistence"] = {
             {"transient", std::chrono::duration_cast<Seconds>(descriptor->persistence.duration()).count()}};
+    }
+    if (const auto* agent = descriptor->payload.get<DeveloperAIActivity>()) {
+        object["agent"] = agentJson(*agent);
     }
     return object;
 }

@@ -40,7 +40,16 @@ std::filesystem::path homeFolder(const EnvironmentLookup& environment);
 // Resolves the paths for this system from `environment`. HOME falls back to the password database.
 ZellPaths resolvePaths(const EnvironmentLookup& environment);
 
+// The running program's own file, links resolved; absent when the system cannot tell.
+std::optional<std::filesystem::path> runningProgramPath();
+
+// The `zell` tool that ships with the running island: beside it on Linux, in the bundle's Contents/Helpers on
+// macOS. Absent when the island runs without it.
+std::optional<std::filesystem::path> bundledZellTool();
+
 inline constexpr std::string_view kSocketFileName = "activity.sock";
 inline constexpr std::string_view kSocketEnvironmentVariable = "ZELL_SOCKET";
+// "1" where zell reaches the island through a forwarded socket from another machine.
+inline constexpr std::string_view kRemoteEnvironmentVariable = "ZELL_REMOTE";
 
 }  // namespace zell

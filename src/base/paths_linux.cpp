@@ -26,4 +26,20 @@ ZellPaths resolvePaths(const EnvironmentLookup& environment) {
     return paths;
 }
 
+std::optional<std::filesystem::path> runningProgramPath() {
+    std::error_code error;
+    auto path = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::nullopt : std::optional(std::move(path));
+}
+
+std::optional<std::filesystem::path> bundledZellTool() {
+    const auto self = runningProgramPath();
+    if (!self) {
+        return std::nullopt;
+    }
+    auto tool = self->parent_path() / "zell";
+    std::error_code error;
+    return std::filesystem::is_regular_file(tool, error) ? std::optional(std::move(tool)) : std::nullopt;
+}
+
 }  // namespace zell

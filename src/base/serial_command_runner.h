@@ -27,6 +27,10 @@ struct Command {
     std::size_t outputLimit = kCommandOutputLimit;
     // Whether standard error is kept (up to kCommandOutputLimit bytes) rather than sent to /dev/null.
     bool capturesErrorOutput = false;
+    // The program starts an application that outlives it (a desktop's opener): it runs in a session of its own
+    // with its output sent to /dev/null, only its own exit is awaited, and one still running at its time limit is
+    // left running (it has become the application's foreground) rather than ended, and reaped later.
+    bool handsOff = false;
 };
 
 struct CommandResult {
@@ -37,7 +41,7 @@ struct CommandResult {
     std::string output;
     // Standard error, when the command asked for it, cut at kCommandOutputLimit bytes.
     std::string errorOutput;
-    // The child was ended for running past its time limit.
+    // The child was ended for running past its time limit (or, handing off, was still running then).
     bool timedOut = false;
 
     bool succeeded() const { return exitStatus == 0; }

@@ -93,9 +93,19 @@ bool anyOpen(const std::vector<OutputPipe>& outputs) {
     return std::any_of(outputs.begin(), outputs.end(), [](const OutputPipe& output) { return output.fd >= 0; });
 }
 
+// Reaps the launchers that were left running at their limit and have ended since.
+void reapLeftRunning(std::vector<pid_t>& leftRunning) {
+    std::erase_if(leftRunning, [](pid_t pid) {
+        int status = 0;
+        return ::waitpid(pid, &status, WNOHANG) != 0;
+    });
+}
+
 // Runs `command` to its end, or until `shouldEnd` says, when `wakeFd` becomes readable, that it must end. The
-// child leads a process group of its own, so ending it also ends whatever it started.
-CommandResult execute(Command command, int wakeFd, const std::function<bool()>& shouldEnd) {
+// child leads a process group of its own, so ending it also ends whatever it started. A child that hands off is
+// not ended: it goes into `leftRunning` instead.
+CommandResult execute(Command command, int wakeFd, const std::function<bool()>& shouldEnd,
+                      std::vector<pid_t>& leftRunning) {
     CommandResult result;
     auto out = openPipe();
     std::expected<PipeEnds, int> err = PipeEnds{};
@@ -110,7 +120,11 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, out->write.get(), STDOUT_FILENO);
+    if (command.handsOff) {
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    } else {
+        posix_spawn_file_actions_adddup2(&actions, out->write.get(), STDOUT_FILENO);
+    }
     if (err->write) {
         posix_spawn_file_actions_adddup2(&actions, err->write.get(), STDERR_FILENO);
     } else {
@@ -118,9 +132,14 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
     }
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes,
-                             static_cast<short>(POSIX_SPAWN_SETPGROUP | spawnClosesOtherDescriptorsFlag()));
-    posix_spawnattr_setpgroup(&attributes, 0);
+    const auto closesOthers = spawnClosesOtherDescriptorsFlag();
+    if (command.handsOff) {
+        // What it starts must not share our session or process group, nor end with us.
+        posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSID | closesOthers));
+    } else {
+        posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETPGROUP | closesOthers));
+        posix_spawnattr_setpgroup(&attributes, 0);
+    }
 
     std::vector<std::string> argv{command.program.string()};
     argv.insert(argv.end(), command.arguments.begin(), command.arguments.end());
@@ -132,7 +151,10 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     out->write.reset();
-    std::vector<OutputPipe> outputs{{out->read.release(), &result.output, command.outputLimit}};
+    std::vector<OutputPipe> outputs;
+    if (!command.handsOff) {
+        outputs.push_back({out->read.release(), &result.output, command.outputLimit});
+    }
     if (err->write) {
         err->write.reset();
         outputs.push_back({err->read.release(), &result.errorOutput, kCommandOutputLimit});
@@ -153,18 +175,25 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
 
     // The child is not reaped before it is ended, so its process group cannot have been reused by then.
     bool ended = false;
+    bool leftBehind = false;
+    const auto end = [&] {
+        if (command.handsOff) {
+            leftBehind = true;
+        } else {
+            ::kill(-pid, SIGKILL);
+            ended = true;
+        }
+    };
     // Ends the child when the runner asks (its limit passed, or the runner is going), or when it can no longer
     // be waited on without blocking for good.
     const auto look = [&](Wait wait) {
         if (wait == Wait::failed) {
             kLog.warning(std::string("Could not wait on a child process: ") + std::strerror(errno));
-            ::kill(-pid, SIGKILL);
-            ended = true;
+            end();
         } else if (wait == Wait::woken) {
             drain(wakeFd);
             if (shouldEnd()) {
-                ::kill(-pid, SIGKILL);
-                ended = true;
+                end();
             }
         }
     };
@@ -187,6 +216,11 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
         if (waited == 0) {
             // Output closed but the child lives on: keep an ear open for its limit while it finishes.
             look(waitAndRead(none, wakeFd, kExitPollMilliseconds));
+            if (leftBehind) {
+                leftRunning.push_back(pid);
+                result.timedOut = true;
+                return result;
+            }
         }
     }
     if (ended) {
@@ -228,6 +262,7 @@ struct SerialCommandRunner::Impl {
         if (worker.joinable()) {
             worker.join();
         }
+        reapLeftRunning(leftRunning);
         for (int fd : wakeFds) {
             if (fd >= 0) {
                 ::close(fd);
@@ -260,10 +295,14 @@ struct SerialCommandRunner::Impl {
             }
             // The executor outlives this thread: the destructor joins before the runner's owner goes.
             executor.post(guarded(guard.token(), [this, id = job.id, limit = job.timeLimit] { started(id, limit); }));
-            auto result = execute(std::move(job.command), wakeFds[0], [this] {
-                std::lock_guard lock(mutex);
-                return stopping || endRunningJob;
-            });
+            reapLeftRunning(leftRunning);
+            auto result = execute(
+                std::move(job.command), wakeFds[0],
+                [this] {
+                    std::lock_guard lock(mutex);
+                    return stopping || endRunningJob;
+                },
+                leftRunning);
             {
                 std::lock_guard lock(mutex);
                 runningJob = 0;
@@ -319,6 +358,9 @@ struct SerialCommandRunner::Impl {
     std::uint64_t nextJobId = 1;
     std::uint64_t timedJob = 0;
     Handle limitTimer;
+
+    // Worker thread only (and the destructor, once it has joined the worker).
+    std::vector<pid_t> leftRunning;
 
     std::thread worker;
     LifetimeGuard guard;

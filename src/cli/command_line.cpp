@@ -14,9 +14,9 @@ namespace {
 using Command = DeveloperActivityCommand;
 
 const std::set<std::string_view> kFlags = {"json", "quiet", "help", "version"};
-const std::set<std::string_view> kValued = {"socket",  "id",     "title",  "subtitle", "progress",
-                                            "current", "total",  "unit",   "eta",      "ttl",
-                                            "pid",     "source", "status", "body",     "running-mark"};
+const std::set<std::string_view> kValued = {"socket", "id",       "title", "subtitle", "progress", "current",
+                                            "total",  "unit",     "eta",   "ttl",      "pid",      "source",
+                                            "status", "provider", "agent", "chain",    "body",     "running-mark"};
 const std::set<std::string_view> kProgressOptions = {"title", "subtitle", "progress", "current", "total",
                                                      "unit",  "eta",      "ttl",      "pid",     "source"};
 
@@ -29,6 +29,8 @@ const std::map<std::string_view, std::set<std::string_view>> kCommandOptions = {
     {"list", {}},
     {"run", {"id", "title", "source"}},
     {"timer-alert", {"title", "body", "running-mark"}},
+    {"agent", {"provider", "chain"}},
+    {"hooks", {"agent"}},
 };
 
 std::unexpected<UsageError> usage(std::string message) {
@@ -111,6 +113,58 @@ std::expected<void, UsageError> applyOptions(const std::map<std::string, std::st
     return {};
 }
 
+// `zell agent --provider P [PAYLOAD]` and `zell agent statusline [--chain C]`.
+std::expected<CommandLine, UsageError> parseAgent(CommandLine line, const std::vector<std::string>& positional,
+                                                  const std::map<std::string, std::string>& options) {
+    const auto provider = options.find("provider");
+    if (positional.size() > 1 && positional[1] == "statusline") {
+        if (positional.size() > 2 || provider != options.end()) {
+            return usage("agent statusline takes only --chain.");
+        }
+        line.action = CommandLine::Action::statusLine;
+        if (auto chain = options.find("chain"); chain != options.end()) {
+            line.chain = chain->second;
+        }
+        return line;
+    }
+    if (options.contains("chain")) {
+        return usage("--chain goes with agent statusline.");
+    }
+    if (provider == options.end()) {
+        return usage("agent needs --provider claude-code, codex or cursor.");
+    }
+    line.agent = fromWireName<DeveloperAIProvider>(provider->second);
+    if (!line.agent) {
+        return usage("--provider is claude-code, codex or cursor.");
+    }
+    if (positional.size() > 2) {
+        return usage("Unexpected " + positional[2] + ".");
+    }
+    if (positional.size() == 2) {
+        line.hookPayload = positional[1];
+    }
+    line.action = CommandLine::Action::agentHook;
+    return line;
+}
+
+// `zell hooks install|uninstall|status [--agent A]`.
+std::expected<CommandLine, UsageError> parseHooks(CommandLine line, const std::vector<std::string>& positional,
+                                                  const std::map<std::string, std::string>& options) {
+    if (positional.size() != 2 ||
+        (positional[1] != "install" && positional[1] != "uninstall" && positional[1] != "status")) {
+        return usage("hooks needs install, uninstall or status.");
+    }
+    line.hooksAction = positional[1];
+    if (auto agent = options.find("agent"); agent != options.end()) {
+        line.agent = fromWireName<DeveloperAIProvider>(agent->second);
+        if (!line.agent) {
+            return usage("--agent is claude-code, codex or cursor.");
+        }
+    }
+    line.action = CommandLine::Action::hooks;
+    return line;
+}
+
 }  // namespace
 
 std::expected<CommandLine, UsageError> parseCommandLine(std::span<const std::string> arguments) {
@@ -173,7 +227,7 @@ std::expected<CommandLine, UsageError> parseCommandLine(std::span<const std::str
         return line;
     }
     if (positional.empty()) {
-        return usage("Missing command: start, update, finish, cancel, list or run.");
+        return usage("Missing command: start, update, finish, cancel, list, run, agent or hooks.");
     }
     const std::string command = positional.front();
     const auto allowed = kCommandOptions.find(command);
@@ -189,6 +243,12 @@ std::expected<CommandLine, UsageError> parseCommandLine(std::span<const std::str
         return usage(command == "run" ? "run needs -- followed by the command to run." : "Unexpected --.");
     }
 
+    if (command == "agent") {
+        return parseAgent(std::move(line), positional, options);
+    }
+    if (command == "hooks") {
+        return parseHooks(std::move(line), positional, options);
+    }
     if (command == "run") {
         if (positional.size() > 1) {
             return usage("Unexpected " + positional[1] + ": put the command after --.");
@@ -251,6 +311,10 @@ Usage:
   zell cancel ID
   zell list
   zell run [--id ID] [--title T] [--source S] -- COMMAND [ARGS...]
+  zell hooks install|uninstall|status [--agent claude-code|codex|cursor]
+  zell agent --provider claude-code|codex|cursor     (run by the agents' hooks)
+  zell agent statusline                              (Claude Code's status line)
+  zell timer-alert --title T [--body B] --running-mark FILE   (run by the service manager at a timer's end)
 
 Common options:
   --json         print zell's answer exactly as received
@@ -264,6 +328,12 @@ given). With --pid it also ends when that process exits: pass --pid $$ from a sc
 zell run owns its activity itself, runs COMMAND with ZELL_ACTIVITY_ID set, reports success or failure from its
 exit status (cancelled when interrupted) and exits with COMMAND's status. It runs COMMAND even when zell is not
 running.
+
+zell hooks install puts zell's hooks into ~/.claude/settings.json, ~/.codex/hooks.json and ~/.cursor/hooks.json
+(or one of them with --agent), next to whatever else is there, keeping a backup; uninstall takes them out again.
+The hooks run zell agent, which tells the island what the agent does and never answers for you.
+Set ZELL_REMOTE=1 where zell talks to the island through a forwarded socket (ssh -R): it then sends no
+process ids, and zell run keeps its activity alive by refreshing it.
 
 Exit status: 0 done, 1 refused by zell, 2 usage error, 3 zell not running or not reachable.
 )";

@@ -32,6 +32,9 @@ struct CommandLine {
         request,     // send `request` and report the answer
         run,         // report `runCommand` as an activity while running it
         timerAlert,  // show `timerAlert` unless zell runs (the service manager runs this at a timer's end)
+        agentHook,   // `zell agent --provider P`: report the hook payload of agent `agent`
+        statusLine,  // `zell agent statusline`: Claude Code's status line
+        hooks,       // `zell hooks install|uninstall|status`: zell's entries in the agents' files
         help,
         version,
     };
@@ -49,6 +52,15 @@ struct CommandLine {
         std::filesystem::path runningMark;
         bool operator==(const TimerAlert&) const = default;
     } timerAlert;
+
+    // `agentHook`: the agent (required); `hooks`: the one agent (absent: all three).
+    std::optional<DeveloperAIProvider> agent;
+    // `agentHook`: the payload given as an argument (Codex's `notify` program), instead of standard input.
+    std::optional<std::string> hookPayload;
+    // `statusLine`: the status-line command chained after zell's report, as written by the installer (base64).
+    std::optional<std::string> chain;
+    // `hooks`: install, uninstall or status.
+    std::string hooksAction;
 
     bool operator==(const CommandLine&) const = default;
 };

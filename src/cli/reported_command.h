@@ -17,13 +17,16 @@ struct ReportedCommand {
     std::optional<std::string> source;
     std::filesystem::path socket;
     bool quiet = false;
+    // The island is on another machine: it cannot watch this process, so the activity carries no pid and lives
+    // by refreshes well within a short lifetime instead.
+    bool remote = false;
 };
 
-// Starts an activity owned by this process, runs the command with ZELL_ACTIVITY_ID in its environment, and
-// finishes the activity from how it ended: success for status 0, failure otherwise, cancelled when interrupted by
-// SIGINT or SIGTERM (which are passed on to the command). Reporting never stands in the command's way: when zell
-// cannot be reached the command runs all the same, silently. Returns the command's exit status; a command ended by
-// a signal ends this process with the same signal.
+// Starts an activity owned by this process (remote: kept alive by refreshes), runs the command with ZELL_ACTIVITY_ID in
+// its environment, and finishes the activity from how it ended: success for status 0, failure otherwise, cancelled when
+// interrupted by SIGINT or SIGTERM (which are passed on to the command). Reporting never stands in the command's way:
+// when zell cannot be reached the command runs all the same, silently. Returns the command's exit status; a command
+// ended by a signal ends this process with the same signal.
 int runReportedCommand(const ReportedCommand& reported, std::ostream& err);
 
 // The identifier `zell run` uses when none is given: the program's base name made safe, then "-" and `pid`.

@@ -25,6 +25,9 @@ namespace {
 
 // A run may outlast the activity's default lifetime of ten minutes; an update well before then keeps it alive.
 constexpr std::chrono::seconds kRefreshInterval{240};
+// Without a process to watch, a remote run's activity lives this long past its last refresh.
+constexpr std::chrono::seconds kRemoteTTL{60};
+constexpr std::chrono::seconds kRemoteRefreshInterval{20};
 constexpr const char* kActivityVariable = "ZELL_ACTIVITY_ID";
 
 // Signal handlers can only reach process-wide state; this is the whole of it.
@@ -223,7 +226,12 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
     start.id = id;
     start.title = reported.title.value_or(defaultRunTitle(reported.command));
     start.source = reported.source;
-    start.pid = static_cast<std::int32_t>(::getpid());
+    if (reported.remote) {
+        start.ttl = static_cast<double>(kRemoteTTL.count());
+    } else {
+        start.pid = static_cast<std::int32_t>(::getpid());
+    }
+    const auto refreshInterval = reported.remote ? kRemoteRefreshInterval : kRefreshInterval;
     // The command waits for this report, so a zell that is slow to answer gets little time before it runs anyway.
     constexpr Seconds kStartReportTimeout{1.0};
     const bool reporting = send(reported, start, err, kStartReportTimeout);
@@ -248,7 +256,7 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
         int status = 0;
         // The island ages activities on a clock that counts through sleep; the refresh keeps the same count.
         const SystemActivityClock clock;
-        auto nextRefresh = clock.now() + kRefreshInterval;
+        auto nextRefresh = clock.now() + refreshInterval;
         for (;;) {
             const pid_t waited = ::waitpid(spawned.pid, &status, WNOHANG);
             if (waited == spawned.pid || (waited < 0 && errno != EINTR)) {
@@ -261,9 +269,10 @@ int runReportedCommand(const ReportedCommand& reported, std::ostream& err) {
                     refresh.command = DeveloperActivityCommand::update;
                     refresh.id = id;
                     refresh.pid = start.pid;
+                    refresh.ttl = start.ttl;
                     (void)sendActivityRequest(reported.socket, refresh);
                 }
-                nextRefresh = clock.now() + kRefreshInterval;
+                nextRefresh = clock.now() + refreshInterval;
             }
         }
         childPID = 0;

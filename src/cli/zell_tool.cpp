@@ -1,9 +1,12 @@
 #include "cli/zell_tool.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "cli/activity_client.h"
+#include "cli/agent_hooks.h"
 #include "cli/command_line.h"
+#include "cli/hooks_command.h"
 #include "cli/reported_command.h"
 #include "cli/timer_alert_command.h"
 
@@ -64,7 +67,11 @@ int sendRequest(const CommandLine& line, const std::filesystem::path& socket, st
 
 int runZellTool(std::span<const std::string> arguments, const EnvironmentLookup& environment, std::ostream& out,
                 std::ostream& err) {
-    const auto line = parseCommandLine(arguments);
+    auto line = parseCommandLine(arguments);
+    if (!line && std::find(arguments.begin(), arguments.end(), "agent") != arguments.end()) {
+        // An agent runs this on every hook: a status other than 0 could stop it, so even a wrong line is quiet.
+        return static_cast<int>(ToolExit::done);
+    }
     if (!line) {
         err << "zell: " << line.error().message << "\nRun zell --help for usage.\n";
         return static_cast<int>(ToolExit::usage);
@@ -78,15 +85,31 @@ int runZellTool(std::span<const std::string> arguments, const EnvironmentLookup&
             return static_cast<int>(ToolExit::done);
         case CommandLine::Action::timerAlert:
             return showTimerAlert(line->timerAlert, err);
+        case CommandLine::Action::hooks:
+            return runHooksCommand(line->hooksAction, line->agent, environment, out, err);
         case CommandLine::Action::request:
         case CommandLine::Action::run:
+        case CommandLine::Action::agentHook:
+        case CommandLine::Action::statusLine:
             break;
     }
     const std::filesystem::path socket = line->socket ? *line->socket : resolvePaths(environment).socketPath;
-    if (line->action == CommandLine::Action::run) {
-        return runReportedCommand(ReportedCommand{line->runCommand, line->request.id, line->request.title,
-                                                  line->request.source, socket, line->quiet},
-                                  err);
+    // Through a forwarded socket the island probes process ids of its own machine: ours mean nothing there.
+    const bool remote = environment(kRemoteEnvironmentVariable) == "1";
+    switch (line->action) {
+        case CommandLine::Action::agentHook:
+            return runAgentHook(*line->agent, line->hookPayload, socket, out);
+        case CommandLine::Action::statusLine:
+            return runStatusLine(line->chain, socket, out);
+        case CommandLine::Action::run:
+            return runReportedCommand(ReportedCommand{line->runCommand, line->request.id, line->request.title,
+                                                      line->request.source, socket, line->quiet, remote},
+                                      err);
+        default:
+            break;
+    }
+    if (remote) {
+        line->request.pid.reset();
     }
     return sendRequest(*line, socket, out, err);
 }

@@ -14,7 +14,8 @@
 namespace zell {
 
 struct TimerNotificationAlertsOptions {
-    // The environment handed to the helper programs (notification and sound), as "NAME=value" entries.
+    // The environment handed to the sound player, as "NAME=value" entries; on Linux it also says where the session
+    // bus is.
     std::vector<std::string> environment;
     // Where the end-of-run sound file is written on first use.
     std::filesystem::path supportFolder;

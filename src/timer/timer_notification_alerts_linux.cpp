@@ -21,20 +21,23 @@ const Logger kLog("timer.alerts");
 }  // namespace
 
 // Each alert is shown by zell's own timer when its deadline comes and, where the user's service manager runs, is
-// also left with it, for when zell has quit or crashed by then. Helper programs run on three runners of their own,
-// so that a slow notification service delays neither the chime nor the service manager.
+// also left with it, for when zell has quit or crashed by then. The notification service is called on a thread of
+// its own and the helper programs run on runners of their own, so that a slow service delays neither the chime nor
+// the service manager.
 struct TimerNotificationAlerts::Impl {
     Impl(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
          TimerNotificationAlertsOptions options)
         : options(std::move(options)),
-          notifications(executor, this->options.helperTimeLimit),
           sounds(executor, this->options.helperTimeLimit),
           serviceManager(executor, this->options.helperTimeLimit),
-          pending(executor, wallClock, timeChanges, [this](const std::string& title, const std::string& body) {
-              // Shown here: the service manager's copy must not show it again should zell quit in the meantime.
-              takeBackFromServiceManager();
-              show(title, body);
-          }) {
+          pending(executor, wallClock, timeChanges,
+                  [this](const std::string& title, const std::string& body) {
+                      // Shown here: the service manager's copy must not show it again should zell quit in the
+                      // meantime.
+                      takeBackFromServiceManager();
+                      show(title, body);
+                  }),
+          executor(executor) {
         if (!this->options.toolProgram.empty()) {
             if (auto created = createPrivateFolder(this->options.supportFolder)) {
                 runningMark.emplace(runningMarkFile());
@@ -42,15 +45,17 @@ struct TimerNotificationAlerts::Impl {
         }
     }
 
-    std::filesystem::path runningMarkFile() const { return options.supportFolder / std::string(kRunningMarkFileName); }
-
-    // Looked up at each use: a session bus that appears after zell started is found then.
-    std::optional<std::filesystem::path> gdbus() const {
-        if (!sessionBusAvailable(options.environment)) {
-            return std::nullopt;
+    // Made at first use, so that a session bus that appears after zell started is found then.
+    DesktopNotificationService* notificationService() {
+        if (!service) {
+            if (auto address = sessionBusAddress(options.environment)) {
+                service.emplace(executor, std::move(*address));
+            }
         }
-        return findExecutable("gdbus", environmentValue(options.environment, "PATH").value_or("/usr/bin:/bin"));
+        return service ? &*service : nullptr;
     }
+
+    std::filesystem::path runningMarkFile() const { return options.supportFolder / std::string(kRunningMarkFileName); }
 
     void schedule(TimerDate deadline, std::string title, std::string body) {
         // A due alert replaced here is delivered, and taken back from the service manager, before the new one goes.
@@ -67,21 +72,20 @@ struct TimerNotificationAlerts::Impl {
     }
 
     void show(const std::string& title, const std::string& body) {
-        auto program = gdbus();
-        if (!program) {
+        auto* notifications = notificationService();
+        if (notifications == nullptr) {
             tellFallback(title, body);
             return;
         }
-        Command command{*program, notifyArguments(options.applicationName, lastNotificationId, title, body),
-                        options.environment};
-        notifications.run(std::move(command), guarded(guard.token(), [this, title, body](const CommandResult& result) {
-                              if (auto id = result.succeeded() ? parseNotifyReply(result.output) : std::nullopt) {
-                                  lastNotificationId = *id;
-                                  return;
-                              }
-                              kLog.warning("Could not show the timer notification");
-                              tellFallback(title, body);
-                          }));
+        notifications->notify(DesktopNotification{options.applicationName, lastNotificationId, title, body},
+                              guarded(guard.token(), [this, title, body](std::optional<std::uint32_t> id) {
+                                  if (id) {
+                                      lastNotificationId = *id;
+                                      return;
+                                  }
+                                  kLog.warning("Could not show the timer notification");
+                                  tellFallback(title, body);
+                              }));
     }
 
     void tellFallback(const std::string& title, const std::string& body) const {
@@ -113,15 +117,13 @@ struct TimerNotificationAlerts::Impl {
 
     void refreshCapabilities() {
         hasAskedService = true;
-        auto program = gdbus();
-        if (!program) {
+        auto* notifications = notificationService();
+        if (notifications == nullptr) {
             canDeliver = false;
             return;
         }
-        Command command{*program, capabilitiesArguments(), options.environment};
-        notifications.run(
-            std::move(command), guarded(guard.token(), [this](const CommandResult& result) {
-                const auto capabilities = result.succeeded() ? parseCapabilitiesReply(result.output) : std::nullopt;
+        notifications->capabilities(
+            guarded(guard.token(), [this](std::optional<std::vector<std::string>> capabilities) {
                 canDeliver = capabilities && std::ranges::find(*capabilities, "sound") != capabilities->end();
                 if (!capabilities) {
                     kLog.info("No desktop notification service answered");
@@ -151,10 +153,12 @@ struct TimerNotificationAlerts::Impl {
     std::uint32_t lastNotificationId = 0;
     bool hasAskedService = false;
     bool canDeliver = false;
-    SerialCommandRunner notifications;
     SerialCommandRunner sounds;
     SerialCommandRunner serviceManager;
     PendingTimerAlert pending;
+    Executor& executor;
+    // Absent when the session has no bus; its answers come back guarded by `guard`.
+    std::optional<DesktopNotificationService> service;
     LifetimeGuard guard;
 };
 

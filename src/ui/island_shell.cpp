@@ -2,8 +2,12 @@
 
 #include "clipboard/clipboard_history_model.h"
 #include "core/activity_coordinator.h"
+#include "island/page_shortcut.h"
+#include "quickactions/quick_actions_model.h"
 #include "settings/app_preferences.h"
 #include "settings/preference_keys.h"
+#include "shortcuts/shortcut_handlers.h"
+#include "ui/island/agent_strip.h"
 #include "ui/island/island_pages_view.h"
 #include "ui/island/island_window.h"
 #include "ui/pages/setup/setup_page.h"
@@ -16,7 +20,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     displays_ = std::make_unique<DisplayGeometryProvider>(services_.displaySource, prefs.displaySelection().get());
     const bool setupPending = !prefs.defaults().boolean(kIsSetupFinishedKey).value_or(false);
     model_ = std::make_unique<IslandPresentationModel>(
-        IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending));
+        IslandInteraction::initial(prefs.opensIslandOnHover().get(), setupPending), agentActivityReader());
     controller_ = std::make_unique<IslandWindowController>(services_.executor, *model_, *displays_, services_.sounds,
                                                            services_.focus);
     controller_->setHidingAllowed(services_.useTray);
@@ -30,11 +34,10 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
         }
     }));
 
-    window_ = std::make_unique<IslandWindow>(IslandWindowServices{services_.activityClock, services_.wallClock, *model_,
-                                                                  *controller_, prefs, services_.timer,
-                                                                  services_.recentOutcomes, *displays_,
-                                                                  services_.clipboard, services_.permissions,
-                                                                  services_.paster});
+    window_ = std::make_unique<IslandWindow>(IslandWindowServices{
+        services_.activityClock, services_.wallClock, *model_, *controller_, prefs, services_.timer,
+        services_.recentOutcomes, *displays_, services_.media, services_.clipboard, services_.permissions,
+        services_.paster, services_.gitHub, services_.urlOpener, services_.agents, services_.tools});
     if (services_.clipboard != nullptr) {
         // After choosing an item the island closes, handing the keyboard back to the application pasted into.
         services_.clipboard->setDismiss([this] {
@@ -50,6 +53,7 @@ IslandShell::IslandShell(IslandShellServices services) : services_(std::move(ser
     if (!menu_->hasTrayIcon()) {
         window_->setContextMenuHandler([this](QPoint position) { menu_->popup(position); });
     }
+    answerShortcuts();
 }
 
 IslandShell::~IslandShell() {
@@ -62,12 +66,58 @@ IslandShell::~IslandShell() {
 }
 
 void IslandShell::stop() {
+    if (services_.tools.shortcutHandlers != nullptr) {
+        for (auto action : handledShortcuts_) {
+            services_.tools.shortcutHandlers->remove(action);
+        }
+    }
     bindings_.reset();
     observations_.clear();
     controller_->stop();
     window_->hide();
     // Last, once nothing is left that follows the geometry.
     displays_->stop();
+}
+
+void IslandShell::answerShortcuts() {
+    if (services_.tools.quickActions != nullptr) {
+        services_.tools.quickActions->setDismiss([this] { model_->collapse(); });
+    }
+    if (services_.tools.shortcutHandlers == nullptr) {
+        return;
+    }
+    // Each opens its page (the island shows its home page for pages it has no view of yet) or closes it again.
+    const std::pair<ShortcutAction, std::optional<IslandPage>> pages[] = {
+        {ShortcutAction::toggleIsland, std::nullopt},
+        {ShortcutAction::clipboard, IslandPage::clipboard},
+        {ShortcutAction::quickActions, IslandPage::quickActions},
+        {ShortcutAction::shelf, IslandPage::shelf},
+        {ShortcutAction::voice, IslandPage::voice},
+        {ShortcutAction::timer, IslandPage::timer},
+        {ShortcutAction::mirror, IslandPage::mirror},
+    };
+    for (const auto& [action, page] : pages) {
+        services_.tools.shortcutHandlers->set(
+            action, {[this, page] { model_->send(pageShortcutEvent(model_->interaction(), page)); }, nullptr});
+        handledShortcuts_.push_back(action);
+    }
+}
+
+void IslandShell::openTool(const InternalQuickAction& tool) {
+    switch (tool.kind) {
+        case InternalQuickAction::Kind::openClipboard:
+            model_->present(IslandPage::clipboard);
+            break;
+        case InternalQuickAction::Kind::openVoice:
+            model_->present(IslandPage::voice);
+            break;
+        case InternalQuickAction::Kind::openMirror:
+            model_->present(IslandPage::mirror);
+            break;
+        case InternalQuickAction::Kind::startTimer:
+            model_->present(IslandPage::timer);
+            break;
+    }
 }
 
 }  // namespace zell

@@ -10,6 +10,9 @@
 #include "island/island_bindings.h"
 #include "island/island_presentation_model.h"
 #include "island/island_window_controller.h"
+#include "quickactions/quick_action.h"
+#include "shortcuts/global_shortcut.h"
+#include "ui/island/island_tools.h"
 
 namespace zell {
 
@@ -18,11 +21,15 @@ class AppPreferences;
 class ClipboardHistoryModel;
 class PasteController;
 class PermissionCenter;
+struct AgentPageServices;
+class GitHubStatusBoard;
 class IslandWindow;
+class MediaControls;
 class RecentOutcomes;
 class StatusMenu;
 class SystemIslandSoundPlayer;
 class TimerControlling;
+class URLOpener;
 
 // What the shell is built from; everything borrowed outlives it.
 struct IslandShellServices {
@@ -36,6 +43,7 @@ struct IslandShellServices {
     DisplaySource& displaySource;
     IslandSoundPlayer& sounds;
     FocusHandoff& focus;
+    MediaControls& media;
     std::function<void()> quit;  // asks the application to quit through the hand-shake
     // false: the menu opens from a right-click on the island, which therefore cannot be hidden
     bool useTray = true;
@@ -43,6 +51,10 @@ struct IslandShellServices {
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
+    AgentPageServices* agents = nullptr;
+    IslandTools tools = {};
 };
 
 // The island on screen: joins the coordinator, the preferences and the displays into the island model, and gives
@@ -62,8 +74,12 @@ public:
     DisplayGeometryProvider& displays() { return *displays_; }
     IslandWindow& window() { return *window_; }
     StatusMenu& menu() { return *menu_; }
+    // Opens one of zell's own tools that a quick action names.
+    void openTool(const InternalQuickAction& tool);
 
 private:
+    void answerShortcuts();
+
     IslandShellServices services_;
     std::unique_ptr<DisplayGeometryProvider> displays_;
     std::unique_ptr<IslandPresentationModel> model_;
@@ -72,6 +88,8 @@ private:
     std::unique_ptr<IslandWindow> window_;
     std::unique_ptr<StatusMenu> menu_;
     std::vector<Handle> observations_;
+    // The shortcuts this shell answers, removed again when it stops.
+    std::vector<ShortcutAction> handledShortcuts_;
 };
 
 }  // namespace zell

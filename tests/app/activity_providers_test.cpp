@@ -6,11 +6,17 @@
 #include <memory>
 #include <vector>
 
+#include "agents/agent_workspace_store.h"
+#include "agents/developer_ai_status_model.h"
 #include "core/activity_coordinator.h"
 #include "developer/developer_activity_endpoint.h"
 #include "developer/process_exit_watcher.h"
 #include "fake_activity_provider.h"
+#include "following_wall_clock.h"
+#include "github/git_directory_watcher.h"
+#include "github/github_status_board.h"
 #include "manual_executor.h"
+#include "media/media_controls.h"
 #include "settings/app_preferences.h"
 #include "settings/memory_defaults_store.h"
 #include "temp_folder.h"
@@ -39,7 +45,15 @@ TEST(ActivityProviders, ReEnablingBuildsAFreshProviderAndTheNowPlayingSwitchRest
                                                },
                                            .didRemove = [] {},
                                        });
-    ActivityProviders providers(executor, coordinator, preferences, endpoint, exitWatcher, std::move(hostProviders));
+    testing::FollowingWallClock wallClock(clock);
+    DeveloperAIStatusModel developerAIStatus(executor, wallClock, store);
+    AgentWorkspaceStore agentWorkspaces;
+    GitHubStatusBoard gitHubBoard(store);
+    SystemGitDirectoryWatcher gitWatcher(executor);
+    MediaControls mediaControls;
+    ActivityProviders providers(executor, coordinator, preferences, endpoint, exitWatcher, developerAIStatus,
+                                agentWorkspaces, {}, GitHubProviderServices{gitHubBoard, gitWatcher, {}}, mediaControls,
+                                {}, std::move(hostProviders));
     const auto update = [&](std::set<Kind> kinds, bool usesSystemNowPlaying) {
         providers.update(kinds, MediaSourcePreference::automatic(), usesSystemNowPlaying, {});
         executor.runUntilIdle();

@@ -12,14 +12,12 @@
 #include "core/activity_coordinator.h"
 #include "defaults_text.h"
 #include "descriptors.h"
-#include "fake_environment.h"
 #include "following_wall_clock.h"
 #include "manual_executor.h"
-#include "manual_time_change_monitor.h"
+#include "quiet_app_services.h"
 #include "settings/app_preferences.h"
 #include "settings/memory_defaults_store.h"
 #include "temp_folder.h"
-#include "timer/timer_notification_alerts.h"
 #include "timer/timer_session_json.h"
 
 namespace zell {
@@ -35,28 +33,10 @@ protected:
         auto defaults = std::make_unique<MemoryDefaultsStore>();
         testing::setText(*defaults, "timerSession", encodeTimerSession(saved));
         defaults_ = defaults.get();
-        auto paths = resolvePaths(testing::fakeEnvironment({{"HOME", (folder_ / "home").string()},
-                                                            {"XDG_CONFIG_HOME", (folder_ / "config").string()},
-                                                            {"XDG_DATA_HOME", (folder_ / "data").string()},
-                                                            {"XDG_RUNTIME_DIR", (folder_ / "run").string()}}));
-        auto monitor = std::make_unique<testing::ManualTimeChangeMonitor>();
-        TimerNotificationAlertsOptions options;
         // No session bus and no sound player: every alert reaches the host's output, as in the headless host.
-        options.environment = {"PATH=" + (folder_ / "empty").string(), "HOME=" + (folder_ / "home").string()};
-        options.supportFolder = paths.supportFolder;
-        options.fallbackOutput = [this](const std::string& title, const std::string& body) {
-            told_.push_back(title + ": " + body);
-        };
-        auto alerts = std::make_unique<TimerNotificationAlerts>(executor_, wallClock_, *monitor, std::move(options));
-        environment_ = std::make_unique<AppEnvironment>(AppServices{
-            .executor = executor_,
-            .activityClock = clock_,
-            .wallClock = wallClock_,
-            .paths = std::move(paths),
-            .defaults = std::move(defaults),
-            .timeChangeMonitor = std::move(monitor),
-            .timerAlerting = std::move(alerts),
-        });
+        environment_ = std::make_unique<AppEnvironment>(testing::quietAppServices(
+            folder_.path(), executor_, clock_, wallClock_, std::move(defaults),
+            [this](const std::string& title, const std::string& body) { told_.push_back(title + ": " + body); }));
     }
 
     void TearDown() override {

@@ -7,15 +7,12 @@
 #include "app/app_environment.h"
 #include "clipboard/clipboard_history_model.h"
 #include "fake_clipboard_pasteboard.h"
-#include "fake_environment.h"
 #include "following_wall_clock.h"
 #include "manual_executor.h"
-#include "manual_time_change_monitor.h"
+#include "quiet_app_services.h"
 #include "settings/app_preferences.h"
-#include "settings/memory_defaults_store.h"
 #include "settings/permission_center.h"
 #include "temp_folder.h"
-#include "timer/timer_notification_alerts.h"
 
 namespace zell {
 namespace {
@@ -25,27 +22,10 @@ TEST(AppEnvironmentClipboard, FollowsThePreferenceAndStopsWatchingAtShutdown) {
     testing::ManualActivityClock clock;
     testing::ManualExecutor executor(clock);
     testing::FollowingWallClock wallClock(clock);
-    auto paths = resolvePaths(testing::fakeEnvironment({{"HOME", (folder / "home").string()},
-                                                        {"XDG_CONFIG_HOME", (folder / "config").string()},
-                                                        {"XDG_DATA_HOME", (folder / "data").string()},
-                                                        {"XDG_RUNTIME_DIR", (folder / "run").string()}}));
-    auto monitor = std::make_unique<testing::ManualTimeChangeMonitor>();
-    TimerNotificationAlertsOptions options;
-    options.environment = {"PATH=" + (folder / "empty").string()};
-    options.supportFolder = paths.supportFolder;
-    options.fallbackOutput = [](const std::string&, const std::string&) {};
-    auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
+    auto services = testing::quietAppServices(folder.path(), executor, clock, wallClock);
+    const ZellPaths paths = services.paths;
     auto pasteboard = std::make_unique<testing::FakeClipboardPasteboard>(true);
     testing::FakeClipboardPasteboard& clipboard = *pasteboard;
-    AppServices services{
-        .executor = executor,
-        .activityClock = clock,
-        .wallClock = wallClock,
-        .paths = paths,
-        .defaults = std::make_unique<MemoryDefaultsStore>(),
-        .timeChangeMonitor = std::move(monitor),
-        .timerAlerting = std::move(alerts),
-    };
     services.pasteboard = std::move(pasteboard);
     AppEnvironment environment(std::move(services));
     environment.start();

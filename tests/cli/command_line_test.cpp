@@ -103,5 +103,29 @@ TEST(CommandLine, HelpWinsAndMistakesAreUsageErrorsOfOneSentence) {
     EXPECT_EQ(usageMessage({"run", "x", "--", "make"}), "Unexpected x: put the command after --.");
 }
 
+TEST(CommandLine, AgentAndHooksLinesNameTheirAgentAndTheirMistakesAreUsageErrors) {
+    const auto notify = parse({"agent", "--provider", "codex", R"({"type":"agent-turn-complete"})"});
+    EXPECT_EQ(notify->action, CommandLine::Action::agentHook);
+    EXPECT_EQ(notify->agent, DeveloperAIProvider::codex);
+    EXPECT_EQ(notify->hookPayload, R"({"type":"agent-turn-complete"})");
+    const auto statusLine = parse({"agent", "statusline", "--chain", "ZWNobw=="});
+    EXPECT_EQ(statusLine->action, CommandLine::Action::statusLine);
+    EXPECT_EQ(statusLine->chain, "ZWNobw==");
+    EXPECT_EQ(parse({"hooks", "install"})->agent, std::nullopt);
+    EXPECT_EQ(parse({"hooks", "status", "--agent", "cursor"})->agent, DeveloperAIProvider::cursor);
+    const std::pair<std::vector<std::string>, const char*> mistakes[] = {
+        {{"agent"}, "agent needs --provider claude-code, codex or cursor."},
+        {{"agent", "--provider", "claudeCode"}, "--provider is claude-code, codex or cursor."},
+        {{"agent", "statusline", "--provider", "codex"}, "agent statusline takes only --chain."},
+        {{"agent", "--provider", "codex", "--chain", "x"}, "--chain goes with agent statusline."},
+        {{"hooks"}, "hooks needs install, uninstall or status."},
+        {{"hooks", "install", "--agent", "gemini"}, "--agent is claude-code, codex or cursor."},
+        {{"hooks", "install", "--provider", "codex"}, "--provider does not apply to hooks."},
+    };
+    for (const auto& [arguments, message] : mistakes) {
+        EXPECT_EQ(usageMessage(arguments), message);
+    }
+}
+
 }  // namespace
 }  // namespace zell

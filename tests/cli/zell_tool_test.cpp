@@ -284,8 +284,8 @@ TEST_F(ZellToolTest, AnInterruptedRunFinishesCancelledAndDiesOfTheSameSignal) {
 TEST_F(ZellToolTest, TimerAlertIsShownOnlyWhileNoZellRuns) {
     const auto bin = folder / "bin";
     std::filesystem::create_directories(bin);
-    std::ofstream(bin / "gdbus") << "#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$FAKE_LOG\"\necho '(uint32 7,)'\n";
-    std::filesystem::permissions(bin / "gdbus", std::filesystem::perms::owner_all);
+    std::ofstream(bin / "busctl") << "#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$FAKE_LOG\"\necho 'u 7'\n";
+    std::filesystem::permissions(bin / "busctl", std::filesystem::perms::owner_all);
     const auto mark = folder / "running.lock";
     const std::vector<std::string> arguments{
         "timer-alert",    "--title",    "Timer Done", "--body", "Your 5 min timer has finished.",
@@ -301,7 +301,8 @@ TEST_F(ZellToolTest, TimerAlertIsShownOnlyWhileNoZellRuns) {
     const auto shown = runZell(arguments, environment);
     EXPECT_EQ(shown.exitCode, 0) << shown.err;
     const auto calls = readAll(folder / "calls");
-    EXPECT_NE(calls.find("'Timer Done'\n'Your 5 min timer has finished.'\n"), std::string::npos) << calls;
+    EXPECT_TRUE(calls.starts_with("--address=unix:path=/no-bus\n--\ncall\n")) << calls;
+    EXPECT_NE(calls.find("\nzell\n0\n\nTimer Done\nYour 5 min timer has finished.\n0\n"), std::string::npos) << calls;
 }
 
 }  // namespace

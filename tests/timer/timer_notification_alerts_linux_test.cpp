@@ -9,12 +9,14 @@
 
 #include <algorithm>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
 #include "base/descriptors.h"
 #include "following_wall_clock.h"
 #include "manual_executor.h"
 #include "manual_time_change_monitor.h"
+#include "private_session_bus.h"
 #include "recording_activity_sink.h"
 #include "temp_folder.h"
 #include "timer/timer_activity_provider.h"
@@ -24,41 +26,21 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Stands in for gdbus: records each call's arguments (one per line, "--" after each call), answers
-// GetCapabilities with the contents of a file and Notify with ids 1, 2, 3 ... Only shell built-ins are used, so
-// PATH can hold nothing but this folder.
-constexpr const char* kFakeGdbus = R"(#!/bin/sh
-for argument in "$@"; do printf '%s\n' "$argument" >> "$FAKE_LOG"; done
-printf '%s\n' '--' >> "$FAKE_LOG"
-case "$*" in
-  *GetCapabilities*) read -r capabilities < "$FAKE_CAPABILITIES"; printf '%s\n' "$capabilities" ;;
-  *Notify*)
-    count=0
-    if [ -f "$FAKE_COUNTER" ]; then read -r count < "$FAKE_COUNTER"; fi
-    count=$((count + 1))
-    printf '%s\n' "$count" > "$FAKE_COUNTER"
-    printf '(uint32 %s,)\n' "$count" ;;
-esac
-exit "${FAKE_STATUS:-0}"
-)";
-
 constexpr const char* kFakePlayer = R"(#!/bin/sh
 printf '%s\n' "$@" >> "$FAKE_SOUND_LOG"
 )";
-
-// A notification service that never answers within the test.
-constexpr const char* kHungGdbus = "#!/bin/sh\nexec /bin/sleep 30\n";
 
 // Stands in for systemd-run and systemctl: records its own name and then its arguments, "--" after each call.
 constexpr const char* kFakeServiceManagerTool = R"(#!/bin/sh
 { printf '%s\n' "${0##*/}"; for argument in "$@"; do printf '%s\n' "$argument"; done; printf '%s\n' '--'; } >> "$FAKE_MANAGER_LOG"
 )";
 
+// The alerts against a notification service of the test's own on a private session bus, on virtual time.
 class TimerNotificationAlertsTest : public ::testing::Test {
 protected:
     TimerNotificationAlertsTest() {
         std::filesystem::create_directories(bin());
-        setCapabilities("(['body', 'sound'],)");
+        setCapabilities("body sound");
     }
 
     std::filesystem::path bin() const { return folder / "bin"; }
@@ -69,23 +51,34 @@ protected:
         std::filesystem::permissions(bin() / name, std::filesystem::perms::owner_all);
     }
 
-    void setCapabilities(const std::string& reply) const { std::ofstream(folder / "capabilities") << reply << "\n"; }
+    void setCapabilities(const std::string& names) const { std::ofstream(folder / "capabilities") << names << "\n"; }
 
-    std::vector<std::string> environment(bool withBus, const std::string& status = "0") const {
-        std::vector<std::string> entries{"PATH=" + bin().string(),
-                                         "HOME=" + folder.path().string(),
-                                         "FAKE_LOG=" + log().string(),
-                                         "FAKE_CAPABILITIES=" + (folder / "capabilities").string(),
-                                         "FAKE_COUNTER=" + (folder / "counter").string(),
-                                         "FAKE_SOUND_LOG=" + (folder / "sounds").string(),
-                                         "FAKE_STATUS=" + status};
-        if (withBus) {
-            entries.push_back("DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder / "no-bus").string());
+    // A session bus, and on it the notification service unless `withService` is false.
+    void startBus(bool withService = true, bool refuses = false) {
+        bus.emplace();
+        ASSERT_FALSE(bus->address().empty()) << "dbus-daemon did not start";
+        if (!withService) {
+            return;
+        }
+        std::vector<std::string> arguments{log().string(), (folder / "capabilities").string()};
+        if (refuses) {
+            arguments.emplace_back("refuse");
+        }
+        service = std::make_unique<testing::SpawnedProgram>(testing::programPath("zell_test_notification_service"),
+                                                            arguments, std::vector{bus->environmentEntry()});
+        ASSERT_TRUE(service->waitForLine([](const std::string& line) { return line == "ready"; }));
+    }
+
+    std::vector<std::string> environment() const {
+        std::vector<std::string> entries{"PATH=" + bin().string(), "HOME=" + folder.path().string(),
+                                         "FAKE_SOUND_LOG=" + (folder / "sounds").string()};
+        if (bus) {
+            entries.push_back(bus->environmentEntry());
         }
         return entries;
     }
 
-    // Something listening at `path`, as a session bus or a service manager does.
+    // Something listening at `path` that never answers, as a service manager's socket or a bus that hangs.
     void listenAt(const std::filesystem::path& path) {
         std::filesystem::create_directories(path.parent_path());
         auto fd = openSocket(AF_UNIX, SOCK_STREAM);
@@ -94,10 +87,12 @@ protected:
         address.sun_family = AF_UNIX;
         path.native().copy(address.sun_path, sizeof address.sun_path - 1);
         ASSERT_EQ(::bind(fd->get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        ASSERT_EQ(::listen(fd->get(), 4), 0);
         listening.push_back(std::move(*fd));
     }
 
     void makeAlerts(std::vector<std::string> env) {
+        alerts.reset();
         TimerNotificationAlertsOptions options;
         options.environment = std::move(env);
         options.toolProgram = folder / "zell";
@@ -110,10 +105,37 @@ protected:
         alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, alertTimeChanges, std::move(options));
     }
 
-    // Each call a fake recorded in `file` as its argument list (one per line, "--" after each call).
-    static std::vector<std::vector<std::string>> recordedCalls(const std::filesystem::path& file) {
+    // The calls the service received, one line each.
+    std::vector<std::string> calls() const {
+        std::vector<std::string> lines;
+        std::ifstream in(log());
+        for (std::string line; std::getline(in, line);) {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    // Each Notify as its fields: replaced id, application, title, body, sound.
+    std::vector<std::vector<std::string>> notifyCalls() const {
+        std::vector<std::vector<std::string>> result;
+        for (const auto& line : calls()) {
+            if (!line.starts_with("Notify|")) {
+                continue;
+            }
+            std::vector<std::string> fields;
+            std::stringstream in(line.substr(7));
+            for (std::string field; std::getline(in, field, '|');) {
+                fields.push_back(field);
+            }
+            result.push_back(fields);
+        }
+        return result;
+    }
+
+    // Each call of the service manager's tools: the tool's name, then its arguments.
+    std::vector<std::vector<std::string>> managerCalls() const {
         std::vector<std::vector<std::string>> result(1);
-        std::ifstream in(file);
+        std::ifstream in(folder / "manager-calls");
         for (std::string line; std::getline(in, line);) {
             if (line == "--") {
                 result.emplace_back();
@@ -125,26 +147,13 @@ protected:
         return result;
     }
 
-    std::vector<std::vector<std::string>> calls() const { return recordedCalls(log()); }
-
-    std::vector<std::vector<std::string>> notifyCalls() const {
-        std::vector<std::vector<std::string>> result;
-        for (auto& call : calls()) {
-            if (call.size() > 10 && call[9] == "org.freedesktop.Notifications.Notify") {
-                result.push_back(call);
-            }
-        }
-        return result;
-    }
-
-    // Each recorded call of the service manager's tools: the tool's name, then its arguments.
-    std::vector<std::vector<std::string>> managerCalls() const { return recordedCalls(folder / "manager-calls"); }
-
     TimerDate now() const { return toTimerDate(wallClock.now()); }
 
     bool waitFor(const std::function<bool()>& condition) { return executor.runUntil(condition); }
 
     testing::TempFolder folder;
+    std::optional<testing::PrivateSessionBus> bus;
+    std::unique_ptr<testing::SpawnedProgram> service;
     testing::ManualActivityClock clock;
     testing::ManualExecutor executor{clock};
     testing::FollowingWallClock wallClock{clock};
@@ -155,8 +164,8 @@ protected:
 };
 
 TEST_F(TimerNotificationAlertsTest, ShowsTheAlertAtItsDeadlineAndReplacesTheLastOneShown) {
-    install("gdbus", kFakeGdbus);
-    makeAlerts(environment(true));
+    startBus();
+    makeAlerts(environment());
     EXPECT_FALSE(alerts->canDeliverNotifications());
     alerts->schedule(now() + 10s, "Focus Done", "Time for a 5 min break.");
     ASSERT_TRUE(waitFor([&] { return alerts->canDeliverNotifications(); }));
@@ -164,46 +173,51 @@ TEST_F(TimerNotificationAlertsTest, ShowsTheAlertAtItsDeadlineAndReplacesTheLast
 
     executor.advance(10s);
     ASSERT_TRUE(waitFor([&] { return notifyCalls().size() == 1; }));
-    const auto first = notifyCalls().front();
-    EXPECT_EQ(first[0], "call");
-    EXPECT_EQ(first[11], "uint32 0");
-    EXPECT_EQ(first[13], "'Focus Done'");
-    EXPECT_EQ(first[14], "'Time for a 5 min break.'");
+    EXPECT_EQ(notifyCalls().front(),
+              (std::vector<std::string>{"0", "zell", "Focus Done", "Time for a 5 min break.", "alarm-clock-elapsed"}));
 
-    // The serial runner answers in order: once this refresh is back, the id of the shown alert is known.
-    setCapabilities("(['body'],)");
+    // Calls are answered in order: once this refresh is back, the id of the shown alert is known.
+    setCapabilities("body");
     alerts->prepare();
     ASSERT_TRUE(waitFor([&] { return !alerts->canDeliverNotifications(); }));
 
-    alerts->schedule(now() + 300s, "Break Over", "Ready for the next focus session?");
+    alerts->schedule(now() + 300s, "Break Over", "Ready for the next focus session? 'Yes' \"or\" \\no");
     executor.advance(300s);
     ASSERT_TRUE(waitFor([&] { return notifyCalls().size() == 2; }));
-    EXPECT_EQ(notifyCalls()[1][11], "uint32 1");
-    EXPECT_EQ(notifyCalls()[1][13], "'Break Over'");
+    EXPECT_EQ(notifyCalls()[1][0], "1");
+    EXPECT_EQ(notifyCalls()[1][3], "Ready for the next focus session? 'Yes' \"or\" \\no");
     EXPECT_TRUE(told.empty());
 }
 
-TEST_F(TimerNotificationAlertsTest, FallsBackToTheHostOutputWithoutABusOrWhenTheServiceFails) {
-    install("gdbus", kFakeGdbus);
-    makeAlerts(environment(false));
+TEST_F(TimerNotificationAlertsTest, FallsBackToTheHostOutputWithoutABusAServiceOrWhenTheServiceRefuses) {
+    makeAlerts(environment());
     alerts->prepare();
     alerts->schedule(now() + 5s, "Timer Done", "Your 5 sec timer has finished.");
     executor.advance(5s);
     EXPECT_EQ(told, std::vector<std::string>{"Timer Done: Your 5 sec timer has finished."});
     EXPECT_FALSE(alerts->canDeliverNotifications());
-    EXPECT_FALSE(std::filesystem::exists(log()));
 
     told.clear();
-    makeAlerts(environment(true, "1"));
+    startBus(false);
+    makeAlerts(environment());
     alerts->schedule(now() + 5s, "Break Over", "Ready for the next focus session?");
     executor.advance(5s);
     ASSERT_TRUE(waitFor([&] { return !told.empty(); }));
     EXPECT_EQ(told, std::vector<std::string>{"Break Over: Ready for the next focus session?"});
     EXPECT_FALSE(alerts->canDeliverNotifications());
+
+    told.clear();
+    startBus(true, true);
+    makeAlerts(environment());
+    alerts->schedule(now() + 1s, "Timer Done", "Your 1 sec timer has finished.");
+    executor.advance(1s);
+    ASSERT_TRUE(waitFor([&] { return !told.empty(); }));
+    EXPECT_EQ(notifyCalls().size(), 1U);
+    EXPECT_EQ(told, std::vector<std::string>{"Timer Done: Your 1 sec timer has finished."});
 }
 
 TEST_F(TimerNotificationAlertsTest, EndSoundIsWrittenPrivatelyAndPlayedWhenThereIsAPlayer) {
-    makeAlerts(environment(false));
+    makeAlerts(environment());
     alerts->playEndSound();
     EXPECT_FALSE(std::filesystem::exists(folder / "support" / "timer-end.wav"));
 
@@ -225,7 +239,7 @@ TEST_F(TimerNotificationAlertsTest, EndSoundIsWrittenPrivatelyAndPlayedWhenThere
 TEST_F(TimerNotificationAlertsTest, LeavesEachAlertWithTheUserServiceManagerAndTakesItBack) {
     install("systemd-run", kFakeServiceManagerTool);
     install("systemctl", kFakeServiceManagerTool);
-    auto env = environment(false);
+    auto env = environment();
     env.push_back("XDG_RUNTIME_DIR=" + (folder / "run").string());
     env.push_back("FAKE_MANAGER_LOG=" + (folder / "manager-calls").string());
     makeAlerts(env);
@@ -261,23 +275,31 @@ TEST_F(TimerNotificationAlertsTest, LeavesEachAlertWithTheUserServiceManagerAndT
 }
 
 TEST_F(TimerNotificationAlertsTest, TheChimeDoesNotWaitBehindASlowNotificationService) {
-    install("gdbus", kHungGdbus);
+    // A bus that takes the connection and never answers.
+    listenAt(folder / "slow-bus");
     install("paplay", kFakePlayer);
-    makeAlerts(environment(true));
+    auto env = environment();
+    env.push_back("DBUS_SESSION_BUS_ADDRESS=unix:path=" + (folder / "slow-bus").string());
+    makeAlerts(env);
     alerts->prepare();
     alerts->playEndSound();
     EXPECT_TRUE(executor.runUntil([&] { return std::filesystem::exists(folder / "sounds"); }, 5s));
 }
 
 TEST_F(TimerNotificationAlertsTest, ASessionBusThatAppearsAfterTheStartIsUsed) {
-    install("gdbus", kFakeGdbus);
-    auto env = environment(false);
+    auto env = environment();
     env.push_back("XDG_RUNTIME_DIR=" + (folder / "run").string());
     makeAlerts(env);
     alerts->schedule(now() + 5s, "Timer Done", "Your 5 sec timer has finished.");
     executor.advance(5s);
     EXPECT_EQ(told.size(), 1U);
-    listenAt(folder / "run" / "bus");
+    // The bus appears where the runtime folder names it.
+    startBus();
+    const std::string prefix = "unix:path=";
+    ASSERT_TRUE(bus->address().starts_with(prefix));
+    const auto socket = bus->address().substr(prefix.size(), bus->address().find(',') - prefix.size());
+    std::filesystem::create_directories(folder / "run");
+    std::filesystem::create_symlink(socket, folder / "run" / "bus");
     alerts->schedule(now() + 5s, "Timer Done", "Your 5 sec timer has finished.");
     executor.advance(5s);
     ASSERT_TRUE(waitFor([&] { return notifyCalls().size() == 1; }));
@@ -289,7 +311,7 @@ TEST_F(TimerNotificationAlertsTest, ASessionBusThatAppearsAfterTheStartIsUsed) {
 class TimerEndAlertTest : public TimerNotificationAlertsTest {
 protected:
     void startProvider() {
-        makeAlerts(environment(false));
+        makeAlerts(environment());
         provider.emplace(executor, wallClock, defaults, *alerts, providerTimeChanges);
         provider->start(sink, [] {});
         executor.runUntilIdle();

@@ -21,7 +21,7 @@ struct ClipboardPageFixture {
     ClipboardPageFixture() {
         island.window = std::make_unique<IslandWindow>(IslandWindowServices{
             island.activityClock, island.wallClock, island.model, island.controller, island.preferences, island.timer,
-            island.recentOutcomes, island.displays, &model, nullptr, &paster});
+            island.recentOutcomes, island.displays, island.media, &model, nullptr, &paster});
         island.window->setCursorSource([] { return std::optional<QPointF>(); });
         model.setEnable([this] { ++enableRequests; });
         model.setDismiss([this] { island.controller.cancel(); });

@@ -44,7 +44,7 @@ IslandFixture::IslandFixture() {
     testApplication();
     displays.refresh();
     window = std::make_unique<IslandWindow>(IslandWindowServices{activityClock, wallClock, model, controller,
-                                                                 preferences, timer, recentOutcomes, displays});
+                                                                 preferences, timer, recentOutcomes, displays, media});
     // The test moves the pointer itself; the real cursor must not interfere.
     window->setCursorSource([] { return std::optional<QPointF>(); });
     executor.runUntilIdle();

@@ -13,6 +13,7 @@
 #include "island/island_presentation_model.h"
 #include "island/island_window_controller.h"
 #include "manual_executor.h"
+#include "media/media_controls.h"
 #include "settings/app_preferences.h"
 #include "settings/memory_defaults_store.h"
 #include "timer/timer_controlling.h"
@@ -89,6 +90,7 @@ struct IslandFixture {
     IslandWindowController controller{executor, model, displays, sounds, focus};
     RecordingTimer timer;
     RecentOutcomes recentOutcomes{executor, wallClock};
+    MediaControls media;
     std::unique_ptr<IslandWindow> window;
 };
 

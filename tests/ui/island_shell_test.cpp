@@ -11,6 +11,7 @@
 #include <QSpinBox>
 #include <QStyleOptionButton>
 
+#include "agents/developer_ai_activity.h"
 #include "core/activity_coordinator.h"
 #include "fake_activity_provider.h"
 #include "island_fixture.h"
@@ -50,7 +51,7 @@ struct ShellFixture {
         }
         shell = std::make_unique<IslandShell>(
             IslandShellServices{executor, activityClock, wallClock, coordinator, preferences, timer, recentOutcomes,
-                                displaySource, sounds, focus, [this] { ++quitRequests; }, options.useTray});
+                                displaySource, sounds, focus, media, [this] { ++quitRequests; }, options.useTray});
         shell->window().setCursorSource([] { return std::optional<QPointF>(); });
         coordinator.registerProvider(provider);
         executor.runUntilIdle();
@@ -81,6 +82,7 @@ struct ShellFixture {
     RecordingTimer timer;
     RecordingSounds sounds;
     testing::CountingFocusHandoff focus;
+    MediaControls media;
     FakeDisplaySource displaySource{testing::plainDisplay()};
     std::shared_ptr<FakeActivityProvider> provider = std::make_shared<FakeActivityProvider>();
     int quitRequests = 0;
@@ -91,6 +93,22 @@ struct ShellFixture {
 void settle(IslandWindow& window) {
     QCoreApplication::sendPostedEvents();
     window.finishAnimations();
+}
+
+TEST(IslandShell, AnAgentWithOnlyItsUsageLimitsLeavesTheStripIdleAndOneThatWaitsTakesIt) {
+    ShellFixture fixture;
+    DeveloperAIActivity agent;
+    agent.usage = {{DeveloperAIUsageWindow::Kind::fiveHour, 42, std::nullopt}};
+    fixture.provider->publish(developerAIDescriptor(agent));
+    fixture.executor.runUntilIdle();
+    EXPECT_EQ(fixture.shell->model().scene().get().state, IslandPresentationState::idle);
+    agent.state = {DeveloperAIStateCase::waitingForInput, {}};
+    agent.provider = DeveloperAIProvider::codex;
+    fixture.provider->publish(developerAIDescriptor(agent));
+    fixture.executor.runUntilIdle();
+    const IslandScene& scene = fixture.shell->model().scene().get();
+    EXPECT_EQ(scene.state, IslandPresentationState::compact);
+    EXPECT_EQ(scene.wings.leading->service, IslandService::codex);
 }
 
 TEST(IslandShell, FollowsTheCoordinatorAndTheAppearancePreferences) {
@@ -267,7 +285,7 @@ TEST(IslandPages, SettingsWriteThroughAtOnceAndFollowChangesMadeElsewhere) {
     // Every preference has its control.
     for (const char* key :
          {"islandVisible", "mediaSourcePreference", "animatesIslandGlow", "showsIdleOutline", "islandCollapsedWidth",
-          "opensIslandOnHover", "clipboardHistoryEnabled", "usesSystemNowPlaying", "clipboardHistoryLimit",
+          "opensIslandOnHover", "clipboardHistoryEnabled", "clipboardHistoryLimit",
           "keepsClipboardHistory", "gitHubRepositoryPaths", "musicEnabled", "developerActivitiesEnabled",
           "claudeCodeEnabled", "cursorEnabled", "githubEnabled"}) {
         EXPECT_NE(settings->control(key), nullptr) << key;

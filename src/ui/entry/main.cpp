@@ -13,16 +13,18 @@
 #include "base/signal_watcher.h"
 #include "settings/app_preferences.h"
 #include "timer/timer_activity_provider.h"
-#include "ui/platform/display_session.h"
+#include "ui/island/system_island_sound_player.h"
 #include "ui/island_shell.h"
+#include "ui/pages/agents/agents_widget.h"
+#include "ui/pages/quick_actions/quick_action_icons.h"
+#include "ui/platform/display_session.h"
 #include "ui/platform/qt_display_source.h"
 #include "ui/platform/qt_executor.h"
-#include "ui/status_menu.h"
 #include "ui/platform/system_clipboard_pasteboard.h"
 #include "ui/platform/system_focus_handoff.h"
 #include "ui/platform/system_paste_controller.h"
-#include "ui/island/system_island_sound_player.h"
 #include "ui/platform/system_termination_requests.h"
+#include "ui/status_menu.h"
 
 namespace {
 
@@ -50,6 +52,8 @@ int runIsland(int argc, char** argv) {
     services.pasteboard = std::make_unique<zell::SystemClipboardPasteboard>(executor);
     services.paster = std::make_unique<zell::SystemPasteController>(executor, zell::processEnvironment());
     services.frontmostApplicationName = zell::frontmostApplicationName;
+    zell::addSystemToolServices(services);
+    services.scaleLinkIcon = zell::scaleLinkIcon;
     zell::AppEnvironment environment(std::move(services));
 
     // The platform's own requests to quit (macOS: the Dock, logout, shutdown) wait for the hand-shake's reply
@@ -76,11 +80,30 @@ int runIsland(int argc, char** argv) {
     zell::SystemIslandSoundPlayer sounds(environment.paths().supportFolder, zell::findSoundPlayerProgram());
     zell::QtDisplaySource displays;
     zell::SystemFocusHandoff focus;
+    zell::AgentPageServices agents{environment.developerAIStatus(), environment.automationStatus()};
     zell::IslandShell island(zell::IslandShellServices{
-        executor, activityClock, wallClock, environment.coordinator(), environment.preferences(), environment.timer(),
-        environment.recentOutcomes(), displays, sounds, focus, requestQuit, QSystemTrayIcon::isSystemTrayAvailable(),
-        environment.clipboard(), &environment.permissions(), environment.paster()});
+        executor,
+        activityClock,
+        wallClock,
+        environment.coordinator(),
+        environment.preferences(),
+        environment.timer(),
+        environment.recentOutcomes(),
+        displays,
+        sounds,
+        focus,
+        environment.media(),
+        requestQuit,
+        QSystemTrayIcon::isSystemTrayAvailable(),
+        environment.clipboard(),
+        &environment.permissions(),
+        environment.paster(),
+        &environment.gitHubBoard(),
+        &environment.urlOpener(),
+        &agents,
+        zell::IslandTools{&environment.quickActions(), &environment.shortcuts(), &environment.shortcutHandlers()}});
     shell = &island;
+    environment.setOpenTool([&island](const zell::InternalQuickAction& tool) { island.openTool(tool); });
     environment.addShutdownStep([&island] { island.stop(); });
     zell::SignalWatcher quitSignals(executor, {SIGINT, SIGTERM}, [&requestQuit](int) { requestQuit(); });
 

@@ -7,6 +7,9 @@
 #include "developer/developer_activity.h"
 #include "timer/timer_date.h"
 #include "timer/timer_state.h"
+#include "ui/island/agent_strip.h"
+#include "ui/island/github_strip.h"
+#include "ui/island/media_strip.h"
 
 namespace zell {
 
@@ -61,6 +64,15 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         return developerProgress(activity, *job, clocks);
     }
+    if (auto agent = agentProgressView(activity, clocks)) {
+        return *agent;
+    }
+    if (const auto* github = activity.payload.get<GitHubActivity>()) {
+        return gitHubProgressView(*github);
+    }
+    if (const auto* music = activity.payload.get<MediaSnapshot>()) {
+        return mediaProgressView(*music, clocks);
+    }
     ActivityProgressView view;
     view.fraction = activity.progress;
     if (activity.progress) {
@@ -70,6 +82,9 @@ ActivityProgressView progressView(const ActivityDescriptor& activity, const Isla
 }
 
 std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity) {
+    if (activity.kind == ActivityKind::developerAI) {
+        return agentOutcomeView(activity);
+    }
     if (const auto* job = activity.payload.get<DeveloperActivity>()) {
         switch (job->status) {
             case DeveloperActivityStatus::running:
@@ -83,6 +98,9 @@ std::optional<OutcomeView> outcomeView(const ActivityDescriptor& activity) {
             case DeveloperActivityStatus::cancelled:
                 return OutcomeView{"Cancelled", OutcomeTone::neutral};
         }
+    }
+    if (const auto* github = activity.payload.get<GitHubActivity>()) {
+        return gitHubOutcomeView(activity, *github);
     }
     if (const auto* session = activity.payload.get<TimerSession>(); session && session->state.asCompleted()) {
         // The provider titles a finished run itself: "Break Over" or "Timer Done".

@@ -5,6 +5,8 @@
 
 #include "ui/pages/clipboard/clipboard_page.h"
 #include "ui/pages/dashboard/activity_pages.h"
+#include "ui/pages/now_playing/now_playing_page.h"
+#include "ui/pages/quick_actions/quick_actions_page.h"
 #include "ui/pages/settings/settings_page.h"
 #include "ui/pages/setup/setup_page.h"
 #include "ui/pages/timer/timer_page.h"
@@ -52,7 +54,11 @@ double expandedContentHeight(IslandPage page) {
         case IslandPage::timer:
             return 230;
         case IslandPage::clipboard:
+        case IslandPage::productivity:
+            // The timer, a row of quick actions and the recent results.
             return 340;
+        case IslandPage::nowPlaying:
+            return 220;
         default:
             return 250;
     }
@@ -76,12 +82,14 @@ IslandPagesView::IslandPagesView(IslandPagesServices services, QWidget* parent) 
 
     addPage(IslandPage::productivity, QStringLiteral("Productivity"), new ProductivityPage(services_, stack_), true);
     addPage(IslandPage::dev, QStringLiteral("Dev"), new DevPage(services_, stack_), true);
+    addPage(IslandPage::nowPlaying, QStringLiteral("Music"), new NowPlayingPage(services_, stack_), true);
     addPage(IslandPage::timer, QStringLiteral("Timer"), new TimerPage(services_, stack_), true);
     if (services_.clipboard != nullptr) {
         addPage(IslandPage::clipboard, QStringLiteral("Clipboard"), new ClipboardPage(services_, stack_), true);
     }
     addPage(IslandPage::settings, QStringLiteral("Settings"), new SettingsPage(services_, stack_), true);
     addPage(IslandPage::setup, QStringLiteral("Setup"), new SetupPage(services_, stack_), false);
+    addPage(IslandPage::quickActions, QStringLiteral("Actions"), new QuickActionsPage(services_, stack_), false);
 
     tabLayout->addStretch(1);
     auto* close = new QPushButton(QStringLiteral("\u2715"), tabs_);

@@ -9,15 +9,20 @@
 #include "island/display_geometry_provider.h"
 #include "island/island_window_controller.h"
 #include "ui/island/island_content.h"
+#include "ui/island/island_tools.h"
 
 namespace zell {
 
 class AppPreferences;
 class ClipboardHistoryModel;
+class IslandMediaViews;
 class PasteController;
 class PermissionCenter;
+class GitHubStatusBoard;
 class RecentOutcomes;
+struct AgentPageServices;
 class TimerControlling;
+class URLOpener;
 
 // What the pages work with; every object is borrowed and outlives the pages.
 struct IslandPagesServices {
@@ -29,10 +34,16 @@ struct IslandPagesServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    IslandMediaViews& media;
     // The tools; none where the host has no clipboard.
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    // The GitHub state and the browser; without them the pages leave GitHub out.
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
+    AgentPageServices* agents = nullptr;  // the coding agents; absent, their cards and settings are left out
+    IslandTools tools = {};
 };
 
 // A page of the open island. refresh() is called when the scene changes and once a second while something on

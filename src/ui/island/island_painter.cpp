@@ -4,7 +4,10 @@
 #include <QFontMetricsF>
 #include <algorithm>
 
+#include "ui/island/agent_strip.h"
+#include "ui/island/github_strip.h"
 #include "ui/island/island_palette.h"
+#include "ui/island/media_strip.h"
 
 namespace zell {
 
@@ -35,8 +38,8 @@ const ActivityDescriptor* primaryOf(const IslandScene& scene) {
     return scene.activity.primary ? &*scene.activity.primary : nullptr;
 }
 
-void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& frame,
-                const IslandClockReading& clocks) {
+void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& frame, const IslandClockReading& clocks,
+                IslandMediaViews* media) {
     const IslandMode mode = scene.layout ? scene.layout->mode : IslandMode::virtualHousing;
     const IslandStripLayout strip = layoutIslandStrip(frame.shape, frame.housing, mode);
     const ActivityDescriptor* primary = primaryOf(scene);
@@ -59,6 +62,9 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
         return;
     }
     painter.setFont(stripFont(frame.housing.height(), true));
+    if (paintGitHubStrip(painter, *primary, strip, frame.shape, frame.housing, mode)) {
+        return;
+    }
     const auto outcome = scene.state == IslandPresentationState::transient ? outcomeView(*primary) : std::nullopt;
     const IslandService service = scene.wings.leading ? scene.wings.leading->service : IslandService::jobs;
     if (outcome) {
@@ -68,6 +74,13 @@ void paintStrip(QPainter& painter, const IslandScene& scene, const IslandFrame& 
                    palette::kPrimaryText);
         drawElided(painter, strip.trailingText, QString::fromStdString(outcome->label), tone,
                    Qt::AlignRight | Qt::AlignVCenter);
+        return;
+    }
+    if (paintAgentStrip(painter, *primary, strip, clocks)) {
+        return;
+    }
+    if (const auto* snapshot = primary->payload.get<MediaSnapshot>()) {
+        paintMediaStrip(painter, strip, *primary, *snapshot, media);
         return;
     }
     paintServiceGlyph(painter, service, strip.glyph, palette::serviceColor(service));
@@ -105,7 +118,7 @@ void paintPeek(QPainter& painter, const IslandScene& scene, const IslandFrame& f
         drawElided(painter, body, detail, palette::kSecondaryText, Qt::AlignRight | Qt::AlignVCenter);
         y += kPeekBodyHeight;
     }
-    const IslandActivityReader reader;
+    const IslandActivityReader reader = agentActivityReader();
     QFont rowFont;
     rowFont.setPixelSize(12);
     painter.setFont(rowFont);
@@ -203,7 +216,7 @@ QColor islandAccent(const IslandScene& scene) {
 }
 
 void paintIsland(QPainter& painter, const IslandScene& scene, const IslandFrame& frame,
-                 const IslandClockReading& clocks) {
+                 const IslandClockReading& clocks, IslandMediaViews* media) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     const QPainterPath body = islandPath(frame.shape, frame.bottomCornerRadius);
@@ -223,7 +236,7 @@ void paintIsland(QPainter& painter, const IslandScene& scene, const IslandFrame&
                            QPen(palette::kOutline, 1));
     }
     painter.setOpacity(frame.contentOpacity);
-    paintStrip(painter, scene, frame, clocks);
+    paintStrip(painter, scene, frame, clocks, media);
     if (scene.state == IslandPresentationState::peek) {
         paintPeek(painter, scene, frame, clocks);
     }

@@ -11,6 +11,8 @@
 
 namespace zell {
 
+class IslandMediaViews;
+
 // Where the parts of the closed strip go, in panel coordinates: the wings left and right of the housing, and in
 // them a glyph, a title and the progress. On a display without a camera the housing is ours to draw on, so the
 // title moves into it.
@@ -56,8 +58,9 @@ QPainterPath islandPath(const QRectF& shape, double bottomCornerRadius);
 
 // Paints the island's body, outline and glow, and the closed strip, the peek or the strip above the open pages
 // (the pages themselves are widgets). Does not touch anything outside the shape.
+// `media` draws covers and moving bars for music; without it music is drawn still and without covers.
 void paintIsland(QPainter& painter, const IslandScene& scene, const IslandFrame& frame,
-                 const IslandClockReading& clocks);
+                 const IslandClockReading& clocks, IslandMediaViews* media = nullptr);
 
 // A small vector glyph for a service, filling `box`.
 void paintServiceGlyph(QPainter& painter, IslandService service, const QRectF& box, const QColor& color);

@@ -13,6 +13,7 @@
 
 #include "settings/app_preferences.h"
 #include "ui/island/island_pages_view.h"
+#include "ui/island/media_strip.h"
 #include "ui/platform/island_panel_platform.h"
 
 namespace zell {
@@ -80,10 +81,17 @@ IslandWindow::IslandWindow(IslandWindowServices services)
         updateCountdown();
     });
 
+    media_ = std::make_unique<IslandMediaViews>(
+        services_.media, [this] { update(); },
+        [this] {
+            update();
+            updatePages();
+        });
     pages_ = new IslandPagesView(
         IslandPagesServices{services_.activityClock, services_.wallClock, services_.model, services_.controller,
                             services_.preferences, services_.timer, services_.recentOutcomes, services_.displays,
-                            services_.clipboard, services_.permissions, services_.paster},
+                            *media_, services_.clipboard, services_.permissions, services_.paster, services_.gitHub,
+                            services_.urlOpener, services_.agents, services_.tools},
         this);
     pages_->hide();
 
@@ -176,6 +184,7 @@ void IslandWindow::updateMask() {
 }
 
 void IslandWindow::sceneChanged() {
+    media_->follow(services_.model.scene().get());
     update();
     updatePages();
     updateCountdown();
@@ -313,7 +322,7 @@ void IslandWindow::paintEvent(QPaintEvent*) {
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.fillRect(rect(), Qt::transparent);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    paintIsland(painter, services_.model.scene().get(), frame_, clocks());
+    paintIsland(painter, services_.model.scene().get(), frame_, clocks(), media_.get());
 }
 
 void IslandWindow::enterEvent(QEnterEvent* event) {

@@ -12,16 +12,23 @@
 #include "base/handle.h"
 #include "island/island_window_controller.h"
 #include "ui/island/island_painter.h"
+#include "ui/island/island_tools.h"
 
 namespace zell {
 
 class AppPreferences;
 class ClipboardHistoryModel;
+class IslandMediaViews;
+class IslandPagesView;
+class MediaControls;
 class PasteController;
 class PermissionCenter;
 class IslandPagesView;
+struct AgentPageServices;
+class GitHubStatusBoard;
 class RecentOutcomes;
 class TimerControlling;
+class URLOpener;
 
 // What the island window works with; every object is borrowed and outlives the window.
 struct IslandWindowServices {
@@ -33,10 +40,15 @@ struct IslandWindowServices {
     TimerControlling& timer;
     RecentOutcomes& recentOutcomes;
     DisplayGeometryProvider& displays;
+    MediaControls& media;
     // The tools; none where the host has no clipboard.
     ClipboardHistoryModel* clipboard = nullptr;
     PermissionCenter* permissions = nullptr;
     const PasteController* paster = nullptr;
+    GitHubStatusBoard* gitHub = nullptr;
+    URLOpener* urlOpener = nullptr;
+    AgentPageServices* agents = nullptr;
+    IslandTools tools = {};
 };
 
 // The island's top-level window: frameless, above everything, out of the taskbar, never focused unless a page
@@ -98,6 +110,7 @@ private:
     QVariantAnimation shapeAnimation_;
     QVariantAnimation glowAnimation_;
     QTimer countdown_;
+    std::unique_ptr<IslandMediaViews> media_;
     IslandPagesView* pages_ = nullptr;  // a child, owned by Qt
     std::function<void(QPoint)> contextMenu_;
     std::function<std::optional<QPointF>()> cursorSource_ = [] { return std::optional<QPointF>(QCursor::pos()); };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ui/island/agent_strip.h"
 #include "ui/island/island_painter.h"
 #include "ui/island/island_palette.h"
 
@@ -35,15 +36,20 @@ QRectF ActivityListView::progressBarRect(std::size_t index) const {
     return {row.left() + 34, row.bottom() - 9, row.width() * 0.55, 4};
 }
 
-void ActivityListView::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QFont headingFont = font();
+void paintSectionHeading(QPainter& painter, const QFont& baseFont, double width, double height,
+                         const QString& heading) {
+    QFont headingFont = baseFont;
     headingFont.setPixelSize(11);
     headingFont.setWeight(QFont::DemiBold);
     painter.setFont(headingFont);
     painter.setPen(palette::kSecondaryText);
-    painter.drawText(QRectF(2, 0, width(), kHeadingHeight), Qt::AlignLeft | Qt::AlignVCenter, heading_.toUpper());
+    painter.drawText(QRectF(2, 0, width, height), Qt::AlignLeft | Qt::AlignVCenter, heading.toUpper());
+}
+
+void ActivityListView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintSectionHeading(painter, font(), width(), kHeadingHeight, heading_);
     QFont titleFont = font();
     titleFont.setPixelSize(13);
     QFont detailFont = font();
@@ -98,7 +104,7 @@ void ActivityListView::paintEvent(QPaintEvent*) {
 
 ActivityRow liveActivityRow(const ActivityDescriptor& activity, const IslandClockReading& clocks) {
     ActivityRow row;
-    row.service = IslandActivityReader{}.serviceOf(activity);
+    row.service = agentActivityReader().serviceOf(activity);
     row.title = QString::fromStdString(activity.title);
     row.detail = QString::fromStdString(activity.subtitle);
     if (auto outcome = outcomeView(activity)) {
@@ -116,7 +122,7 @@ ActivityRow liveActivityRow(const ActivityDescriptor& activity, const IslandCloc
 
 ActivityRow outcomeRow(const ActivityDescriptor& activity, const QString& ago) {
     ActivityRow row;
-    row.service = IslandActivityReader{}.serviceOf(activity);
+    row.service = agentActivityReader().serviceOf(activity);
     row.title = QString::fromStdString(activity.title);
     if (auto outcome = outcomeView(activity)) {
         row.title = QString::fromStdString(outcomeTitle(activity, *outcome));

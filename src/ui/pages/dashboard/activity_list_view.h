@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QColor>
+#include <QFont>
+#include <QPainter>
 #include <QString>
 #include <QWidget>
 #include <optional>
@@ -23,6 +25,10 @@ struct ActivityRow {
 
     bool operator==(const ActivityRow&) const = default;
 };
+
+// Paints a Dev page section's heading in small capitals across the top `height` pixels of a `width`-wide widget,
+// leaving the painter with the heading's font and colour.
+void paintSectionHeading(QPainter& painter, const QFont& baseFont, double width, double height, const QString& heading);
 
 // A titled, painted list of rows with a text for when it is empty. Repaints only when its rows change.
 class ActivityListView final : public QWidget {

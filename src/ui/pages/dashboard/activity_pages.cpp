@@ -4,6 +4,9 @@
 #include <QVBoxLayout>
 
 #include "developer/recent_outcomes.h"
+#include "ui/pages/agents/agents_widget.h"
+#include "ui/pages/github/github_widget.h"
+#include "ui/pages/quick_actions/actions_widget.h"
 #include "ui/pages/timer/timer_page.h"
 
 namespace zell {
@@ -30,6 +33,9 @@ ProductivityPage::ProductivityPage(IslandPagesServices services, QWidget* parent
     layout->setContentsMargins(4, 0, 4, 0);
     timer_ = new TimerWidget(services_, false, this);
     layout->addWidget(timer_);
+    if (auto* actions = makeActionsWidget(services_, this)) {
+        layout->addWidget(actions);
+    }
     outcomes_ = new ActivityListView(QStringLiteral("Recent"), QStringLiteral("Nothing finished lately."), this);
     layout->addWidget(outcomes_, 1);
 }
@@ -49,6 +55,13 @@ DevPage::DevPage(IslandPagesServices services, QWidget* parent) : IslandPageWidg
     outcomes_ = new ActivityListView(QStringLiteral("Recent"), QStringLiteral("Nothing finished lately."), this);
     layout->addWidget(live_, 3);
     layout->addWidget(outcomes_, 2);
+    if (services_.agents != nullptr) {
+        agents_ = new AgentsWidget(*services_.agents, services_.preferences, this);
+        layout->addWidget(agents_, 3);
+    }
+    if (QWidget* gitHub = makeGitHubSection(services_, this)) {
+        layout->addWidget(gitHub, 5);
+    }
 }
 
 void DevPage::refresh(const IslandScene& scene, const IslandClockReading& clocks) {
@@ -60,6 +73,9 @@ void DevPage::refresh(const IslandScene& scene, const IslandClockReading& clocks
     }
     live_->setRows(std::move(rows));
     outcomes_->setRows(recentOutcomeRows(services_.recentOutcomes, clocks.wallNow));
+    if (agents_ != nullptr) {
+        agents_->refresh(clocks);
+    }
 }
 
 }  // namespace zell

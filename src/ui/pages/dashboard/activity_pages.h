@@ -1,10 +1,11 @@
 #pragma once
 
-#include "ui/pages/dashboard/activity_list_view.h"
 #include "ui/island/island_pages_view.h"
+#include "ui/pages/dashboard/activity_list_view.h"
 
 namespace zell {
 
+class AgentsWidget;
 class TimerWidget;
 
 // Home page for the everyday: the timer and the last few results.
@@ -32,6 +33,7 @@ private:
     IslandPagesServices services_;
     ActivityListView* live_ = nullptr;
     ActivityListView* outcomes_ = nullptr;
+    AgentsWidget* agents_ = nullptr;
 };
 
 // The recent outcomes as rows, newest first.

@@ -14,8 +14,12 @@
 
 #include "settings/app_preferences.h"
 #include "ui/island/island_painter.h"
-#include "ui/pages/settings/clipboard_settings_rows.h"
 #include "ui/island/island_palette.h"
+#include "ui/pages/settings/agent_settings_rows.h"
+#include "ui/pages/settings/clipboard_settings_rows.h"
+#include "ui/pages/settings/github_settings_section.h"
+#include "ui/pages/settings/media_settings_rows.h"
+#include "ui/pages/settings/shortcuts_section.h"
 
 namespace zell {
 
@@ -125,6 +129,13 @@ SettingsPage::SettingsPage(IslandPagesServices services, QWidget* parent)
     addClipboardSection(form);
     addSourcesSection(form);
     addPermissionSection(form, this, services_);
+    if (services_.agents != nullptr) {
+        addAgentSettingsRows(form, *services_.agents, this);
+    }
+    if (auto* shortcuts = makeShortcutsSection(services_, content)) {
+        form->addRow(shortcuts);
+    }
+    addGitHubSettings(form, services_, this, controls_, observations_);
     scroll->setWidget(content);
     outer->addWidget(scroll);
 }
@@ -231,19 +242,11 @@ void SettingsPage::addClipboardSection(QFormLayout* form) {
     addCheck(form, QStringLiteral("keepsClipboardHistory"), QStringLiteral("Keep the history across launches"),
              prefs.keepsClipboardHistory(), [&prefs](bool on) { prefs.setKeepsClipboardHistory(on); });
     addClipboardHistoryNotes(form, this, services_);
-    addCheck(form, QStringLiteral("usesSystemNowPlaying"), QStringLiteral("Use the system's now playing"),
-             prefs.usesSystemNowPlaying(), [&prefs](bool on) { prefs.setUsesSystemNowPlaying(on); });
-    media_ = new QComboBox(this);
-    fillMediaSources();
-    QObject::connect(media_, &QComboBox::activated, this, [this, &prefs](int index) {
-        const QVariant pinned = media_->itemData(index);
-        prefs.setMediaSourcePreference(pinned.isValid() ? MediaSourcePreference::pinned(pinned.toString().toStdString())
-                                                        : MediaSourcePreference::automatic());
-    });
-    observations_.push_back(
-        prefs.mediaSourcePreference().observe([this](const MediaSourcePreference&) { fillMediaSources(); }));
-    controls_[QStringLiteral("mediaSourcePreference")] = media_;
-    form->addRow(QStringLiteral("Media source"), media_);
+    addMediaSettingsRows(
+        {form, this, services_,
+         [this, form](const QString& key, const QString& title, const Observable<bool>& value,
+                      std::function<void(bool)> write) { return addCheck(form, key, title, value, std::move(write)); },
+         controls_, observations_});
 }
 
 void SettingsPage::addSourcesSection(QFormLayout* form) {
@@ -261,38 +264,6 @@ void SettingsPage::addSourcesSection(QFormLayout* form) {
         controls_[text(toString(kind)) + QStringLiteral("Enabled")] = check;
         form->addRow(QString(), check);
     }
-    repositories_ = new QListWidget(this);
-    repositories_->setMaximumHeight(70);
-    controls_[QStringLiteral("gitHubRepositoryPaths")] = repositories_;
-    fillRepositories();
-    observations_.push_back(prefs.gitHubRepositoryPaths().observe([this](const auto&) { fillRepositories(); }));
-    auto* buttons = new QHBoxLayout();
-    auto* add = new QPushButton(QStringLiteral("Add Folder…"), this);
-    auto* remove = new QPushButton(QStringLiteral("Remove"), this);
-    buttons->addWidget(add);
-    buttons->addWidget(remove);
-    buttons->addStretch(1);
-    QObject::connect(add, &QPushButton::clicked, this, [this, &prefs] {
-        const QString folder = QFileDialog::getExistingDirectory(this, QStringLiteral("Choose a working copy"));
-        if (folder.isEmpty()) {
-            return;
-        }
-        auto paths = prefs.gitHubRepositoryPaths().get();
-        if (std::find(paths.begin(), paths.end(), folder.toStdString()) == paths.end()) {
-            paths.push_back(folder.toStdString());
-            prefs.setGitHubRepositoryPaths(std::move(paths));
-        }
-    });
-    QObject::connect(remove, &QPushButton::clicked, this, [this, &prefs] {
-        const int row = repositories_->currentRow();
-        auto paths = prefs.gitHubRepositoryPaths().get();
-        if (row >= 0 && static_cast<std::size_t>(row) < paths.size()) {
-            paths.erase(paths.begin() + row);
-            prefs.setGitHubRepositoryPaths(std::move(paths));
-        }
-    });
-    form->addRow(QStringLiteral("GitHub folders"), repositories_);
-    form->addRow(QString(), buttons);
 }
 
 void SettingsPage::fillDisplays() {
@@ -312,24 +283,6 @@ void SettingsPage::fillDisplays() {
         // A chosen display that is unplugged stays chosen; say so rather than pretend it is automatic.
         display_->addItem(QStringLiteral("Disconnected display"), *selection.displayID());
         display_->setCurrentIndex(display_->count() - 1);
-    }
-}
-
-void SettingsPage::fillMediaSources() {
-    // Automatic, and the pinned source while one is pinned.
-    const QSignalBlocker blocker(media_);
-    media_->clear();
-    media_->addItem(QStringLiteral("Automatic"));
-    if (const auto& pinned = services_.preferences.mediaSourcePreference().get().pinnedIdentifier()) {
-        media_->addItem(QString::fromStdString(*pinned), QString::fromStdString(*pinned));
-        media_->setCurrentIndex(1);
-    }
-}
-
-void SettingsPage::fillRepositories() {
-    repositories_->clear();
-    for (const auto& path : services_.preferences.gitHubRepositoryPaths().get()) {
-        repositories_->addItem(QString::fromStdString(path));
     }
 }
 

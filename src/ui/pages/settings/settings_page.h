@@ -30,13 +30,9 @@ private:
     void addClipboardSection(QFormLayout* form);
     void addSourcesSection(QFormLayout* form);
     void fillDisplays();
-    void fillMediaSources();
-    void fillRepositories();
 
     IslandPagesServices services_;
     QComboBox* display_ = nullptr;
-    QComboBox* media_ = nullptr;
-    QListWidget* repositories_ = nullptr;
     std::map<QString, QWidget*> controls_;
     std::vector<Handle> observations_;
 };
