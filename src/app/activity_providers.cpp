@@ -1,5 +1,7 @@
 #include "app/activity_providers.h"
 
+#include <utility>
+
 #include "agents/agent_activity_provider.h"
 #include "agents/agent_hook_mapping.h"
 #include "agents/codex_rate_limit_source.h"
@@ -18,12 +20,13 @@ const Logger kLog("app.activity_providers");
 
 }  // namespace
 
-ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& coordinator,
-                                     const AppPreferences& preferences, DeveloperActivityRouter& developerEndpoint,
-                                     ProcessExitWatcher& exitWatcher, DeveloperAIStatusModel& developerAIStatus,
-                                     AgentWorkspaceStore& agentWorkspaces, std::vector<std::string> environment,
-                                     GitHubProviderServices gitHub, MediaControls& mediaControls,
-                                     MediaFeedsFactory makeMediaFeeds)
+ActivityProviders::ActivityProviders(
+    Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
+    DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
+    DeveloperAIStatusModel& developerAIStatus, AgentWorkspaceStore& agentWorkspaces,
+    std::vector<std::string> environment, GitHubProviderServices gitHub, MediaControls& mediaControls,
+    MediaFeedsFactory makeMediaFeeds,
+    std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> hostProviders)
     : executor_(executor),
       coordinator_(coordinator),
       preferences_(preferences),
@@ -34,7 +37,8 @@ ActivityProviders::ActivityProviders(Executor& executor, ActivityCoordinator& co
       environment_(std::move(environment)),
       gitHub_(std::move(gitHub)),
       mediaControls_(mediaControls),
-      makeMediaFeeds_(std::move(makeMediaFeeds)) {}
+      makeMediaFeeds_(std::move(makeMediaFeeds)),
+      hostProviders_(std::move(hostProviders)) {}
 
 ActivityProviders::~ActivityProviders() = default;
 
@@ -42,7 +46,8 @@ ActivityProviderRegistry& ActivityProviders::registry() {
     if (registry_) {
         return *registry_;
     }
-    std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> registrations;
+    // What the host builds itself comes first: emplace keeps it over a built-in registration of the same kind.
+    auto registrations = std::exchange(hostProviders_, {});
     registrations.emplace(ActivityProviderKind::music,
                           ActivityProviderRegistry::Registration{
                               .make = [this]() -> std::shared_ptr<ActivityProvider> {

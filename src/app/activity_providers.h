@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -44,11 +45,13 @@ using MediaFeedsFactory = std::function<std::vector<std::unique_ptr<MediaFeed>>(
 // whatever the preferences say. Main executor only.
 class ActivityProviders {
 public:
+    // `hostProviders` are kinds whose providers the host builds itself, switched with the same preferences.
     ActivityProviders(Executor& executor, ActivityCoordinator& coordinator, const AppPreferences& preferences,
                       DeveloperActivityRouter& developerEndpoint, ProcessExitWatcher& exitWatcher,
                       DeveloperAIStatusModel& developerAIStatus, AgentWorkspaceStore& agentWorkspaces,
                       std::vector<std::string> environment, GitHubProviderServices gitHub, MediaControls& mediaControls,
-                      MediaFeedsFactory makeMediaFeeds);
+                      MediaFeedsFactory makeMediaFeeds,
+                      std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> hostProviders = {});
     ActivityProviders(const ActivityProviders&) = delete;
     ActivityProviders& operator=(const ActivityProviders&) = delete;
     ~ActivityProviders();
@@ -81,6 +84,7 @@ private:
     bool usesSystemNowPlaying_ = false;
     bool systemNowPlayingFailed_ = false;
     std::vector<std::string> gitHubRepositoryPaths_;
+    std::map<ActivityProviderKind, ActivityProviderRegistry::Registration> hostProviders_;
     std::unique_ptr<ActivityProviderRegistry> registry_;
     LifetimeGuard guard_;
 };

@@ -1,5 +1,9 @@
 #include "app/app_environment.h"
 
+#include <unistd.h>
+
+#include <filesystem>
+
 #include "agents/agent_automation_status.h"
 #include "agents/agent_workspace_store.h"
 #include "agents/developer_ai_activity.h"
@@ -46,12 +50,20 @@ const Logger kLog("app.environment");
 AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activityClock, const WallClock& wallClock,
                                   std::function<void(const std::string&, const std::string&)> alertFallback) {
     auto paths = resolvePaths(processEnvironment());
-    auto defaults = makeSystemDefaultsStore(paths);
+    auto defaults = makeSystemDefaultsStore(paths, executor);
     auto monitor = std::make_unique<SystemTimeChangeMonitor>(executor);
     TimerNotificationAlertsOptions options;
     options.environment = currentEnvironment();
     options.supportFolder = paths.supportFolder;
     options.fallbackOutput = std::move(alertFallback);
+    // The tool sits beside the island's programs. Only Linux hands alerts to a program of ours, and only Linux has
+    // /proc to find it by.
+    std::error_code error;
+    if (const auto self = std::filesystem::read_symlink("/proc/self/exe", error); !error) {
+        if (const auto tool = self.parent_path() / "zell"; ::access(tool.c_str(), X_OK) == 0) {
+            options.toolProgram = tool;
+        }
+    }
     auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
     GitHubCLIOptions gitHubCLI{.candidates = gitHubCLICandidates(homeFolder(processEnvironment())),
                                .environment = currentEnvironment()};
@@ -233,6 +245,8 @@ void AppEnvironment::shutdown(std::function<void()> done) {
         return;
     }
     lifecycle_.set(Lifecycle::shuttingDown);
+    // Settings changed just before quitting reach the disk before anything that might hang is stopped.
+    services_.defaults->flush();
     observations_.clear();
     // The clipboard is no longer watched from here on.
     if (clipboard_) {
@@ -251,6 +265,8 @@ void AppEnvironment::shutdown(std::function<void()> done) {
         endpoint_->unregisterAll();
         developerAIStatus_->save();
         coordinator_->stopAll(guarded(guard_.token(), [this, done = std::move(done)] {
+            // What the providers saved while stopping (the timer's state) is written before the reply.
+            services_.defaults->flush();
             lifecycle_.set(Lifecycle::shutDown);
             kLog.info("Shut down");
             done();

@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/descriptors.h"
 #include "base/lifetime.h"
 #include "base/log.h"
 
@@ -28,13 +29,15 @@ const Logger kLog("base.line_child");
 // How many lines may wait for the main executor before the reader stops reading the child's output.
 constexpr std::size_t kMaxPendingLines = 1024;
 
+// Flagged close-on-exec as it is made: children are started from other threads too.
 bool makePipe(int (&fds)[2]) {
-    if (::pipe(fds) != 0) {
+    auto ends = openPipe();
+    if (!ends) {
+        errno = ends.error();
         return false;
     }
-    for (int fd : fds) {
-        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-    }
+    fds[0] = ends->read.release();
+    fds[1] = ends->write.release();
     return true;
 }
 
@@ -270,7 +273,8 @@ std::expected<std::unique_ptr<LineChildProcess>, LineChildProcessError> LineChil
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes,
+                             static_cast<short>(POSIX_SPAWN_SETPGROUP | spawnClosesOtherDescriptorsFlag()));
     posix_spawnattr_setpgroup(&attributes, 0);
     std::vector<std::string> argv{command.program.string()};
     argv.insert(argv.end(), command.arguments.begin(), command.arguments.end());

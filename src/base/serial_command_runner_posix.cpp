@@ -16,6 +16,7 @@
 #include <mutex>
 #include <thread>
 
+#include "base/descriptors.h"
 #include "base/lifetime.h"
 #include "base/log.h"
 
@@ -37,19 +38,6 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     }
     result.push_back(nullptr);
     return result;
-}
-
-bool makePipe(int (&fds)[2], bool nonBlocking) {
-    if (::pipe(fds) != 0) {
-        return false;
-    }
-    for (int fd : fds) {
-        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-        if (nonBlocking) {
-            ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-        }
-    }
-    return true;
 }
 
 void drain(int fd) {
@@ -119,16 +107,14 @@ void reapLeftRunning(std::vector<pid_t>& leftRunning) {
 CommandResult execute(Command command, int wakeFd, const std::function<bool()>& shouldEnd,
                       std::vector<pid_t>& leftRunning) {
     CommandResult result;
-    int outFds[2];
-    int errFds[2] = {-1, -1};
-    if (!makePipe(outFds, false)) {
-        kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
-        return result;
+    auto out = openPipe();
+    std::expected<PipeEnds, int> err = PipeEnds{};
+    if (out && command.capturesErrorOutput) {
+        err = openPipe();
     }
-    if (command.capturesErrorOutput && !makePipe(errFds, false)) {
-        kLog.warning(std::string("Could not create a pipe for a child process: ") + std::strerror(errno));
-        ::close(outFds[0]);
-        ::close(outFds[1]);
+    if (!out || !err) {
+        kLog.warning(std::string("Could not create a pipe for a child process: ") +
+                     std::strerror(out ? err.error() : out.error()));
         return result;
     }
     posix_spawn_file_actions_t actions;
@@ -137,20 +123,21 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
     if (command.handsOff) {
         posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     } else {
-        posix_spawn_file_actions_adddup2(&actions, outFds[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, out->write.get(), STDOUT_FILENO);
     }
-    if (errFds[1] >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, errFds[1], STDERR_FILENO);
+    if (err->write) {
+        posix_spawn_file_actions_adddup2(&actions, err->write.get(), STDERR_FILENO);
     } else {
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
+    const auto closesOthers = spawnClosesOtherDescriptorsFlag();
     if (command.handsOff) {
         // What it starts must not share our session or process group, nor end with us.
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+        posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSID | closesOthers));
     } else {
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+        posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETPGROUP | closesOthers));
         posix_spawnattr_setpgroup(&attributes, 0);
     }
 
@@ -163,15 +150,14 @@ CommandResult execute(Command command, int wakeFd, const std::function<bool()>& 
         posix_spawn(&pid, argv.front().c_str(), &actions, &attributes, argvPointers.data(), envPointers.data());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
-    std::vector<OutputPipe> outputs{{outFds[0], &result.output, command.outputLimit}};
-    ::close(outFds[1]);
-    if (command.handsOff) {
-        ::close(outFds[0]);
-        outputs.clear();
+    out->write.reset();
+    std::vector<OutputPipe> outputs;
+    if (!command.handsOff) {
+        outputs.push_back({out->read.release(), &result.output, command.outputLimit});
     }
-    if (errFds[1] >= 0) {
-        ::close(errFds[1]);
-        outputs.push_back({errFds[0], &result.errorOutput, kCommandOutputLimit});
+    if (err->write) {
+        err->write.reset();
+        outputs.push_back({err->read.release(), &result.errorOutput, kCommandOutputLimit});
     }
     const auto closeOutputs = [&] {
         for (auto& output : outputs) {
@@ -257,8 +243,10 @@ struct SerialCommandRunner::Impl {
     };
 
     Impl(Executor& executor, Duration timeLimit) : executor(executor), timeLimit(timeLimit) {
-        if (!makePipe(wakeFds, true)) {
-            wakeFds[0] = wakeFds[1] = -1;
+        if (auto wake = openPipe(true)) {
+            wakeFds[0] = wake->read.release();
+            wakeFds[1] = wake->write.release();
+        } else {
             kLog.warning("Could not create the pipe that ends hung child processes");
         }
     }

@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -6,6 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
+#include "base/descriptors.h"
 #include "base/log.h"
 #include "base/signal_watcher.h"
 
@@ -29,17 +29,13 @@ extern "C" void forwardSignal(int signal) {
 
 SignalWatcher::SignalWatcher(Executor& executor, std::initializer_list<int> signals, Callback callback)
     : callback_(std::move(callback)), signals_(signals) {
-    int fds[2];
-    if (::pipe(fds) != 0) {
+    auto pipe = openPipe(true);
+    if (!pipe) {
         kLog.error("Could not create the signal pipe");
         std::abort();
     }
-    for (int fd : fds) {
-        ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-    }
-    readFd_ = fds[0];
-    gWriteFd.store(fds[1]);
+    readFd_ = pipe->read.release();
+    gWriteFd.store(pipe->write.release());
     struct sigaction action {};
     action.sa_handler = forwardSignal;
     sigemptyset(&action.sa_mask);

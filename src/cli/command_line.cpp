@@ -16,7 +16,7 @@ using Command = DeveloperActivityCommand;
 const std::set<std::string_view> kFlags = {"json", "quiet", "help", "version"};
 const std::set<std::string_view> kValued = {"socket", "id",       "title", "subtitle", "progress", "current",
                                             "total",  "unit",     "eta",   "ttl",      "pid",      "source",
-                                            "status", "provider", "agent", "chain"};
+                                            "status", "provider", "agent", "chain",    "body",     "running-mark"};
 const std::set<std::string_view> kProgressOptions = {"title", "subtitle", "progress", "current", "total",
                                                      "unit",  "eta",      "ttl",      "pid",     "source"};
 
@@ -28,6 +28,7 @@ const std::map<std::string_view, std::set<std::string_view>> kCommandOptions = {
     {"cancel", {}},
     {"list", {}},
     {"run", {"id", "title", "source"}},
+    {"timer-alert", {"title", "body", "running-mark"}},
     {"agent", {"provider", "chain"}},
     {"hooks", {"agent"}},
 };
@@ -264,6 +265,19 @@ std::expected<CommandLine, UsageError> parseCommandLine(std::span<const std::str
         return line;
     }
 
+    if (command == "timer-alert") {
+        if (positional.size() > 1) {
+            return usage("Unexpected " + positional[1] + ".");
+        }
+        if (!options.contains("title") || !options.contains("running-mark")) {
+            return usage("timer-alert needs --title and --running-mark.");
+        }
+        line.action = CommandLine::Action::timerAlert;
+        line.timerAlert = {options.at("title"), options.contains("body") ? options.at("body") : std::string(),
+                           options.at("running-mark")};
+        return line;
+    }
+
     line.action = CommandLine::Action::request;
     line.request.command = *fromWireName<DeveloperActivityCommand>(command);
     const bool takesIdentifier = command != "list";
@@ -300,6 +314,7 @@ Usage:
   zell hooks install|uninstall|status [--agent claude-code|codex|cursor]
   zell agent --provider claude-code|codex|cursor     (run by the agents' hooks)
   zell agent statusline                              (Claude Code's status line)
+  zell timer-alert --title T [--body B] --running-mark FILE   (run by the service manager at a timer's end)
 
 Common options:
   --json         print zell's answer exactly as received

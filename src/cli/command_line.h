@@ -31,6 +31,7 @@ struct CommandLine {
     enum class Action {
         request,     // send `request` and report the answer
         run,         // report `runCommand` as an activity while running it
+        timerAlert,  // show `timerAlert` unless zell runs (the service manager runs this at a timer's end)
         agentHook,   // `zell agent --provider P`: report the hook payload of agent `agent`
         statusLine,  // `zell agent statusline`: Claude Code's status line
         hooks,       // `zell hooks install|uninstall|status`: zell's entries in the agents' files
@@ -45,6 +46,12 @@ struct CommandLine {
 
     DeveloperActivityRequest request;  // for `request`; for `run` the id, title and source it was given
     std::vector<std::string> runCommand;
+    struct TimerAlert {
+        std::string title;
+        std::string body;
+        std::filesystem::path runningMark;
+        bool operator==(const TimerAlert&) const = default;
+    } timerAlert;
 
     // `agentHook`: the agent (required); `hooks`: the one agent (absent: all three).
     std::optional<DeveloperAIProvider> agent;

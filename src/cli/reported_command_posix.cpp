@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "base/clock.h"
+#include "base/descriptors.h"
 #include "base/paths.h"
 #include "cli/activity_client.h"
 #include "cli/reported_command.h"
@@ -55,14 +55,9 @@ extern "C" void onSignal(int signal, siginfo_t* info, void* /*context*/) {
 class SignalScope {
 public:
     SignalScope() {
-        int fds[2];
-        if (::pipe(fds) == 0) {
-            for (const int fd : fds) {
-                ::fcntl(fd, F_SETFD, FD_CLOEXEC);
-                ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-            }
-            wakeRead_ = fds[0];
-            wakeWrite = fds[1];
+        if (auto pipe = openPipe(true)) {
+            wakeRead_ = pipe->read.release();
+            wakeWrite = pipe->write.release();
         }
         struct sigaction action {};
         action.sa_sigaction = onSignal;

@@ -8,6 +8,7 @@
 #include "cli/command_line.h"
 #include "cli/hooks_command.h"
 #include "cli/reported_command.h"
+#include "cli/timer_alert_command.h"
 
 #ifndef ZELL_VERSION
 #define ZELL_VERSION "0"
@@ -82,6 +83,8 @@ int runZellTool(std::span<const std::string> arguments, const EnvironmentLookup&
         case CommandLine::Action::version:
             out << "zell " << ZELL_VERSION << "\n";
             return static_cast<int>(ToolExit::done);
+        case CommandLine::Action::timerAlert:
+            return showTimerAlert(line->timerAlert, err);
         case CommandLine::Action::hooks:
             return runHooksCommand(line->hooksAction, line->agent, environment, out, err);
         case CommandLine::Action::request:

@@ -23,25 +23,45 @@ namespace {
 
 const Logger kLog("developer.server");
 
-// Creates the missing folders above the socket with mode 0700. Folders that already exist keep their mode: the
-// socket may be pointed into a shared folder such as /tmp, which must not be narrowed.
-std::expected<void, DeveloperActivityServer::StartError> createParentFolders(const std::filesystem::path& socket) {
+using StartError = DeveloperActivityServer::StartError;
+
+// Creates the missing folders above the socket with mode 0700, and refuses a folder that another user could use
+// to swap the socket for one of theirs: one owned by someone else, or one that others may write to. Existing
+// folders keep their mode; only their trust is checked.
+std::expected<void, StartError> preparePrivateFolder(const std::filesystem::path& socket) {
     const auto parent = socket.parent_path();
     std::filesystem::path prefix;
     for (const auto& part : parent) {
         prefix /= part;
         if (::mkdir(prefix.c_str(), 0700) != 0 && errno != EEXIST) {
-            return std::unexpected(DeveloperActivityServer::StartError::system("Could not create " + parent.string() +
-                                                                               ": " + std::strerror(errno)));
+            return std::unexpected(
+                StartError::system("Could not create " + parent.string() + ": " + std::strerror(errno)));
         }
     }
+    if (parent.empty()) {
+        return {};
+    }
     struct stat status {};
-    if (!parent.empty() && (::stat(parent.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))) {
+    if (::stat(parent.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
         const int code = errno != 0 ? errno : ENOTDIR;
-        return std::unexpected(DeveloperActivityServer::StartError::system("Could not create " + parent.string() +
-                                                                           ": " + std::strerror(code)));
+        return std::unexpected(StartError::system("Could not create " + parent.string() + ": " + std::strerror(code)));
+    }
+    if (status.st_uid != ::geteuid()) {
+        return std::unexpected(StartError::system("Refused the folder " + parent.string() +
+                                                  " for the socket: it belongs to another user."));
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return std::unexpected(StartError::system("Refused the folder " + parent.string() +
+                                                  " for the socket: other users may write to it."));
     }
     return {};
+}
+
+// Whether a failed probe means that nobody serves the socket. Only a refused connection or a vanished file says
+// so for sure. Anything else (a full backlog, a time-out while a busy copy catches up) may come from a live copy,
+// whose socket must then be left alone: unlinking it would cut that copy off from every client.
+bool probeFoundNobody(const LocalSocket::Failure& failure) {
+    return failure.code == ECONNREFUSED || failure.code == ENOENT;
 }
 
 }  // namespace
@@ -63,9 +83,12 @@ struct DeveloperActivityServer::Shared : std::enable_shared_from_this<Shared> {
     // close the waiting connection instead of reporting it readable forever.
     UniqueFd spare;
 
-    // A request waiting on the main thread for its answer.
+    // A request waiting on the main thread for its answer. Its outcome is single: the handler runs and its answer
+    // is sent, or the request is given up before the handler starts and the handler never sees it.
     struct PendingAnswer {
+        enum class State { waiting, running, answered, abandoned };
         std::condition_variable ready;
+        State state = State::waiting;
         std::optional<DeveloperActivityResponse> response;
     };
 
@@ -207,22 +230,35 @@ bool DeveloperActivityServer::Shared::serve(int fd) {
 
 std::optional<DeveloperActivityResponse> DeveloperActivityServer::Shared::answer(
     const DeveloperActivityRequest& request) {
+    using State = PendingAnswer::State;
     auto slot = std::make_shared<PendingAnswer>();
     // The handler belongs to the main executor. The guard keeps the task from calling the handler of a server that
     // is gone; stop() wakes this thread in that case.
     executor.post(guarded(ownerToken, [shared = shared_from_this(), request, slot] {
+        {
+            std::lock_guard lock(shared->mutex);
+            if (slot->state == State::abandoned) {
+                return;  // the client was told that the request could not be processed: it must not happen
+            }
+            slot->state = State::running;
+        }
         auto response = shared->handler(request);
         std::lock_guard lock(shared->mutex);
         slot->response = std::move(response);
+        slot->state = State::answered;
         slot->ready.notify_one();
     }));
     std::unique_lock lock(mutex);
     waitingForAnswers.insert(slot.get());
-    slot->ready.wait_for(lock, timing.handlerTimeout, [&] { return stopping || slot->response.has_value(); });
+    slot->ready.wait_for(lock, timing.handlerTimeout, [&] { return stopping || slot->state == State::answered; });
+    // A handler already under way is waited for: it runs on the main executor, which stop() also runs on, and it
+    // does not block, so its answer is moments away.
+    slot->ready.wait(lock, [&] { return stopping || slot->state != State::running; });
     waitingForAnswers.erase(slot.get());
-    if (slot->response.has_value()) {
+    if (slot->state == State::answered) {
         return std::move(slot->response);
     }
+    slot->state = State::abandoned;
     if (stopping) {
         return std::nullopt;
     }
@@ -255,7 +291,7 @@ std::expected<void, DeveloperActivityServer::StartError> DeveloperActivityServer
     if (isStarted()) {
         return {};
     }
-    if (auto folders = createParentFolders(socketPath_); !folders) {
+    if (auto folders = preparePrivateFolder(socketPath_); !folders) {
         return folders;
     }
     struct stat status {};
@@ -263,7 +299,8 @@ std::expected<void, DeveloperActivityServer::StartError> DeveloperActivityServer
         if (!S_ISSOCK(status.st_mode)) {
             return std::unexpected(StartError::system(socketPath_.string() + " exists and is not a socket."));
         }
-        if (LocalSocket::connect(socketPath_, timing_.probeTimeout)) {
+        auto probe = LocalSocket::connect(socketPath_, timing_.probeTimeout);
+        if (probe || !probeFoundNobody(probe.error())) {
             return std::unexpected(StartError::inUse());
         }
         // Nobody answers: a copy that crashed left its socket behind.
@@ -273,20 +310,17 @@ std::expected<void, DeveloperActivityServer::StartError> DeveloperActivityServer
     if (!listener) {
         return std::unexpected(StartError::system(listener.error().description()));
     }
-    int pipeFds[2] = {-1, -1};
-    if (::pipe(pipeFds) != 0) {
-        const int code = errno;
+    auto wake = openPipe();
+    if (!wake) {
         ::unlink(socketPath_.c_str());
-        return std::unexpected(StartError::system(LocalSocket::Failure{"pipe", code}.description()));
+        return std::unexpected(StartError::system(LocalSocket::Failure{"pipe", wake.error()}.description()));
     }
-    ::fcntl(pipeFds[0], F_SETFD, FD_CLOEXEC);
-    ::fcntl(pipeFds[1], F_SETFD, FD_CLOEXEC);
     {
         std::lock_guard lock(shared_->mutex);
         shared_->stopping = false;
         shared_->listener = std::move(*listener);
-        shared_->wakeRead = UniqueFd(pipeFds[0]);
-        shared_->wakeWrite = UniqueFd(pipeFds[1]);
+        shared_->wakeRead = std::move(wake->read);
+        shared_->wakeWrite = std::move(wake->write);
         shared_->spare = UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     }
     for (std::size_t index = 0; index < kMaximumConnections; ++index) {

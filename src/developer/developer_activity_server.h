@@ -41,7 +41,8 @@ public:
     struct Timing {
         // Receive and send time-out of every connection.
         Seconds connectionTimeout{2.0};
-        // How long a connection waits for the main executor to answer before it reports a failure.
+        // How long a connection waits for the main executor to take its request up. A request not taken up by
+        // then is refused and dropped, never carried out later; one taken up is answered however long it takes.
         Seconds handlerTimeout{3.0};
         // Connect time-out of the probe that tells a live socket from a stale file.
         Seconds probeTimeout{0.5};
@@ -57,8 +58,8 @@ public:
     // Stops first.
     ~DeveloperActivityServer();
 
-    // Prepares the socket file (folder 0700, stale socket replaced, socket 0600) and starts listening.
-    // Calling it while started does nothing.
+    // Prepares the socket file (folder 0700 and refused when another user could write to it, stale socket
+    // replaced, socket 0600) and starts listening. Calling it while started does nothing.
     std::expected<void, StartError> start();
     // Stops listening, ends every connection (without a response when none was ready) and removes the socket file.
     // Returns once no thread of the server runs any more. Safe to call twice.

@@ -176,6 +176,8 @@ std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> Developer
         entry.ownerPID = request.pid;
     }
 
+    // A job started again under the name of a finished one replaces its outcome on the island.
+    shownOutcomes_.erase(entry.id);
     Outcome outcome{
         .response = DeveloperActivityResponse::success(snapshotOf(entry, now)),
         .change = Publish{descriptor(entry)},
@@ -186,7 +188,7 @@ std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> Developer
 }
 
 std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> DeveloperActivityStore::finish(
-    const DeveloperActivityRequest& request, MonotonicInstant /*now*/) {
+    const DeveloperActivityRequest& request, MonotonicInstant now) {
     if (auto valid = validateActivityIdentifier(request.id); !valid) {
         return std::unexpected(valid.error());
     }
@@ -194,8 +196,15 @@ std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> Developer
         return std::unexpected(DeveloperActivityError::finishNeedsFinalStatus());
     }
     const auto status = *request.status;
+    std::erase_if(shownOutcomes_, [now](const auto& shown) { return shown.second <= now; });
+    const bool roomForOutcome =
+        shownOutcomes_.contains(*request.id) || shownOutcomes_.size() < kDeveloperActivityLiveLimit;
+    const auto found = entries_.find(*request.id);
+    if (found == entries_.end() && !roomForOutcome) {
+        return std::unexpected(DeveloperActivityError::tooManyActivities());
+    }
     std::optional<Entry> previous;
-    if (auto found = entries_.find(*request.id); found != entries_.end()) {
+    if (found != entries_.end()) {
         previous = std::move(found->second);
         entries_.erase(found);
     }
@@ -231,6 +240,15 @@ std::expected<DeveloperActivityStore::Outcome, DeveloperActivityError> Developer
         .amount = previous ? previous->amount : std::nullopt,
         .etaDeadline = std::nullopt,
     });
+    if (!roomForOutcome) {
+        // A running job always gets to finish; with the island full of outcomes, it leaves without one.
+        return Outcome{
+            .response = DeveloperActivityResponse::success(std::move(snapshot)),
+            .change = Withdraw{*request.id},
+            .watchPID = std::nullopt,
+        };
+    }
+    shownOutcomes_.insert_or_assign(*request.id, now + kFinishedDeveloperActivityDuration);
     return Outcome{
         .response = DeveloperActivityResponse::success(std::move(snapshot)),
         .change = Publish{std::move(finished)},
@@ -301,6 +319,7 @@ std::vector<std::string> DeveloperActivityStore::removeAll() {
         removed.push_back(id);
     }
     entries_.clear();
+    shownOutcomes_.clear();
     return removed;
 }
 

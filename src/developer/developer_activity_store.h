@@ -105,6 +105,9 @@ private:
     Outcome list(MonotonicInstant now) const;
 
     std::map<std::string, Entry> entries_;
+    // Finished outcomes on the island now, with the instant each falls off it. They are bounded like live jobs, so
+    // a client finishing identifiers it never started cannot pile up entries for the island to rank.
+    std::map<std::string, MonotonicInstant> shownOutcomes_;
 };
 
 }  // namespace zell

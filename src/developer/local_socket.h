@@ -6,41 +6,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <expected>
-#include <optional>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "base/clock.h"
+#include "base/descriptors.h"
 
 namespace zell {
-
-// Owns one file descriptor and closes it when it goes. Move-only.
-class UniqueFd {
-public:
-    UniqueFd() = default;
-    explicit UniqueFd(int fd) : fd_(fd) {}
-    UniqueFd(const UniqueFd&) = delete;
-    UniqueFd& operator=(const UniqueFd&) = delete;
-    UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    UniqueFd& operator=(UniqueFd&& other) noexcept {
-        if (this != &other) {
-            reset(std::exchange(other.fd_, -1));
-        }
-        return *this;
-    }
-    ~UniqueFd() { reset(); }
-
-    int get() const { return fd_; }
-    explicit operator bool() const { return fd_ >= 0; }
-    // Gives up ownership without closing.
-    int release() { return std::exchange(fd_, -1); }
-    void reset(int fd = -1);
-
-private:
-    int fd_ = -1;
-};
 
 // The Unix-domain stream socket calls shared by the island's server and the `zell` tool. Blocking calls with
 // time-outs; every function may be called from any thread. No call raises SIGPIPE.

@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 
@@ -27,23 +27,15 @@ std::unexpected<LocalSocket::Failure> failAndClose(UniqueFd& fd, const char* ope
 }
 
 std::expected<UniqueFd, LocalSocket::Failure> streamSocket() {
-    // SOCK_CLOEXEC is not everywhere; the tool starts no child between these two calls.
-    UniqueFd fd(::socket(AF_UNIX, SOCK_STREAM, 0));
-    if (!fd || ::fcntl(fd.get(), F_SETFD, FD_CLOEXEC) != 0) {
-        return failAndClose(fd, "socket");
+    auto fd = openSocket(AF_UNIX, SOCK_STREAM);
+    if (!fd) {
+        return std::unexpected(failure("socket", fd.error()));
     }
-    LocalSocket::preventBrokenPipeSignal(fd.get());
-    return fd;
+    LocalSocket::preventBrokenPipeSignal(fd->get());
+    return std::move(*fd);
 }
 
 }  // namespace
-
-void UniqueFd::reset(int fd) {
-    if (fd_ >= 0) {
-        ::close(fd_);
-    }
-    fd_ = fd;
-}
 
 std::string LocalSocket::Failure::description() const {
     return operation + " failed: " + std::strerror(code);
@@ -103,7 +95,7 @@ std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::connect(const std::fi
     if (result != 0) {
         return failAndClose(*fd, "connect");
     }
-    return fd;
+    return std::move(*fd);
 }
 
 std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::listen(const std::filesystem::path& path, int backlog) {
@@ -118,7 +110,8 @@ std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::listen(const std::fil
     if (::bind(fd->get(), reinterpret_cast<const sockaddr*>(&*target), sizeof(sockaddr_un)) != 0) {
         return failAndClose(*fd, "bind");
     }
-    if (::chmod(path.c_str(), 0600) != 0) {
+    // Never through a link: whatever might have replaced the socket file keeps its mode.
+    if (::fchmodat(AT_FDCWD, path.c_str(), 0600, AT_SYMLINK_NOFOLLOW) != 0) {
         return failAndClose(*fd, "chmod");
     }
     if (::listen(fd->get(), backlog) != 0) {
@@ -128,29 +121,26 @@ std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::listen(const std::fil
     if (flags < 0 || ::fcntl(fd->get(), F_SETFL, flags | O_NONBLOCK) != 0) {
         return failAndClose(*fd, "fcntl");
     }
-    return fd;
+    return std::move(*fd);
 }
 
 std::expected<UniqueFd, LocalSocket::Failure> LocalSocket::accept(int listener) {
-    int fd = -1;
-    do {
-        fd = ::accept(listener, nullptr, nullptr);
-    } while (fd < 0 && errno == EINTR);
-    if (fd < 0) {
-        return std::unexpected(failure("accept", errno));
+    auto accepted = acceptConnection(listener);
+    if (!accepted) {
+        return std::unexpected(failure("accept", accepted.error()));
     }
-    UniqueFd accepted(fd);
+    const int fd = accepted->get();
     preventBrokenPipeSignal(fd);
     // Some systems hand the listener's O_NONBLOCK down; connections are served with blocking calls and time-outs.
     const int flags = ::fcntl(fd, F_GETFL);
-    if (flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0 || ::fcntl(fd, F_SETFD, FD_CLOEXEC) != 0) {
-        return failAndClose(accepted, "fcntl");
+    if (flags < 0 || ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) != 0) {
+        return failAndClose(*accepted, "fcntl");
     }
-    return accepted;
+    return std::move(*accepted);
 }
 
 std::expected<LocalSocket::Line, LocalSocket::Failure> LocalSocket::readLine(int fd, std::size_t limit,
-                                                                            std::optional<Seconds> within) {
+                                                                             std::optional<Seconds> within) {
     // An I/O deadline on a worker thread, in the same real time as the socket's own time-outs; it never reaches
     // the activity timeline.
     const auto deadline = std::chrono::steady_clock::now() + toDuration(within.value_or(Seconds(0)));

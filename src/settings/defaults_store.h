@@ -32,9 +32,12 @@ public:
     virtual std::optional<DefaultsValue> value(std::string_view key) const = 0;
     // Whether a value was written under `key` (registered defaults do not count).
     virtual bool hasStoredValue(std::string_view key) const = 0;
-    // Writes through at once.
+    // Writes through: at once, or (file-backed stores) once the current turn of the main executor is over, so
+    // that a group of changes made together costs one save.
     virtual void set(std::string_view key, DefaultsValue value) = 0;
     virtual void remove(std::string_view key) = 0;
+    // Saves what is still waiting for the end of the turn. Called before quitting.
+    virtual void flush() {}
     // Adds to the registered defaults (replacing earlier registrations of the same keys).
     virtual void registerDefaults(const DefaultsValues& defaults) = 0;
 

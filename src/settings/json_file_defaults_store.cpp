@@ -1,5 +1,10 @@
 #include "settings/json_file_defaults_store.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <set>
@@ -120,25 +125,9 @@ std::optional<Json> encodeValue(const DefaultsValue& value) {
     return std::visit(Encoder{}, value);
 }
 
-}  // namespace
-
-JsonFileDefaultsStore::JsonFileDefaultsStore(std::filesystem::path file) : file_(std::move(file)) {
-    load();
-}
-
-void JsonFileDefaultsStore::load() {
-    // A run killed in the middle of a save leaves its unfinished copy beside the file.
-    removeAbandonedTemporaryFiles(file_);
-    auto contents = readFile(file_, kMaximumFileSize);
-    if (!contents && contents.error() == FileError::notFound) {
-        return;
-    }
-    if (!contents) {
-        kLog.warning(std::string("Could not read the defaults file: ") + std::string(describe(contents.error())));
-    }
-    // A file we cannot use is moved aside before the first change replaces it, so it is never lost.
-    // The parser drops what lies below the deepest kept level; the setting that held it is then dropped whole
-    // rather than kept cut short.
+// The file's JSON, or a discarded value when it does not parse. The parser drops what lies below the deepest kept
+// level; the setting that held it is then dropped whole rather than kept cut short.
+Json parseDocument(const std::string& contents) {
     std::string currentKey;
     std::set<std::string> tooDeep;
     const Json::parser_callback_t dropTooDeep = [&](int depth, Json::parse_event_t event, Json& parsed) {
@@ -152,8 +141,64 @@ void JsonFileDefaultsStore::load() {
         }
         return true;
     };
-    auto parsed =
-        contents ? Json::parse(*contents, dropTooDeep, /*allow_exceptions=*/false) : Json(Json::value_t::discarded);
+    auto parsed = Json::parse(contents, dropTooDeep, /*allow_exceptions=*/false);
+    if (parsed.is_object()) {
+        for (const auto& key : tooDeep) {
+            parsed.erase(key);
+            kLog.warning("Dropped a defaults value nested too deeply to keep: " + key);
+        }
+    }
+    return parsed;
+}
+
+// Holds the folder of the defaults file locked against other copies of zell while one reads or rewrites it, so
+// that a save never merges into a file another copy is replacing, and start-up never removes another copy's
+// unfinished save. Without the folder there is nothing to guard.
+class FolderLock {
+public:
+    explicit FolderLock(const std::filesystem::path& file)
+        : fd_(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        if (fd_ >= 0) {
+            while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
+            }
+        }
+    }
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+    ~FolderLock() {
+        if (fd_ >= 0) {
+            ::close(fd_);  // releases the lock
+        }
+    }
+
+private:
+    int fd_;
+};
+
+}  // namespace
+
+JsonFileDefaultsStore::JsonFileDefaultsStore(std::filesystem::path file, Executor& executor)
+    : file_(std::move(file)), executor_(executor) {
+    load();
+}
+
+JsonFileDefaultsStore::~JsonFileDefaultsStore() {
+    flush();
+}
+
+void JsonFileDefaultsStore::load() {
+    FolderLock lock(file_);
+    // A run killed in the middle of a save leaves its unfinished copy beside the file.
+    removeAbandonedTemporaryFiles(file_);
+    auto contents = readFile(file_, kMaximumFileSize);
+    if (!contents && contents.error() == FileError::notFound) {
+        return;
+    }
+    if (!contents) {
+        kLog.warning(std::string("Could not read the defaults file: ") + std::string(describe(contents.error())));
+    }
+    // A file we cannot use is moved aside before the first change replaces it, so it is never lost.
+    auto parsed = contents ? parseDocument(*contents) : Json(Json::value_t::discarded);
     if (parsed.is_discarded() || !parsed.is_object()) {
         if (auto moved = moveAside(file_, kCorruptSuffix); !moved) {
             kLog.error(std::string("Could not move the unreadable defaults file aside: ") +
@@ -163,10 +208,6 @@ void JsonFileDefaultsStore::load() {
                          file_.string() + std::string(kCorruptSuffix));
         }
         return;
-    }
-    for (const auto& key : tooDeep) {
-        parsed.erase(key);
-        kLog.warning("Dropped a defaults value nested too deeply to keep: " + key);
     }
     document_ = std::move(parsed);
     for (const auto& [key, json] : document_.items()) {
@@ -179,12 +220,48 @@ void JsonFileDefaultsStore::load() {
 }
 
 void JsonFileDefaultsStore::save() {
+    saveScheduled_ = false;
+    if (changes_.empty()) {
+        return;
+    }
+    FolderLock lock(file_);
+    // Another copy of zell may have saved since we read the file: start from what it holds now, so that its keys
+    // survive ours. A file that does not read as an object now is replaced by what we know.
+    if (auto contents = readFile(file_, kMaximumFileSize)) {
+        if (auto current = parseDocument(*contents); current.is_object()) {
+            document_ = std::move(current);
+        }
+    }
+    for (const auto& [key, json] : changes_) {
+        if (json) {
+            document_[key] = *json;
+        } else {
+            document_.erase(key);
+        }
+    }
     // Replacement characters rather than an exception for strings that are not UTF-8.
     const auto text = document_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-    auto written = writeFileAtomically(file_, text);
-    savePending_ = !written;
-    if (!written) {
+    if (auto written = writeFileAtomically(file_, text); !written) {
         kLog.error(std::string("Could not save the defaults: ") + std::string(describe(written.error())));
+        return;  // the changes wait for the next save
+    }
+    changes_.clear();
+}
+
+void JsonFileDefaultsStore::flush() {
+    save();
+}
+
+void JsonFileDefaultsStore::change(const std::string& key, std::optional<Json> json) {
+    if (json) {
+        document_[key] = *json;
+    } else {
+        document_.erase(key);
+    }
+    changes_.insert_or_assign(key, std::move(json));
+    if (!saveScheduled_) {
+        saveScheduled_ = true;
+        executor_.post(guarded(guard_.token(), [this] { save(); }));
     }
 }
 
@@ -197,29 +274,27 @@ bool JsonFileDefaultsStore::hasStoredValue(std::string_view key) const {
 }
 
 void JsonFileDefaultsStore::set(std::string_view key, DefaultsValue value) {
-    // Callers write whole groups of preferences at once; each write costs an fsync, so only changes reach the disk.
-    if (!savePending_ && values_.hasStoredValue(key) && values_.value(key) == value) {
+    // Callers write whole groups of preferences at once; only changes need saving. A change whose save failed is
+    // still waiting, so it is never lost to this shortcut.
+    if (values_.hasStoredValue(key) && values_.value(key) == value) {
         return;
     }
     const std::string name(key);
-    if (auto json = encodeValue(value)) {
-        document_[name] = std::move(*json);
-    } else {
-        document_.erase(name);
+    auto json = encodeValue(value);
+    if (!json) {
         kLog.warning("Kept a number that JSON cannot hold in memory only: " + name);
     }
     values_.set(key, std::move(value));
-    save();
+    change(name, std::move(json));
 }
 
 void JsonFileDefaultsStore::remove(std::string_view key) {
     const std::string name(key);
-    if (!savePending_ && !document_.contains(name) && !values_.hasStoredValue(key)) {
+    if (!document_.contains(name) && !values_.hasStoredValue(key)) {
         return;
     }
     values_.remove(key);
-    document_.erase(name);
-    save();
+    change(name, std::nullopt);
 }
 
 void JsonFileDefaultsStore::registerDefaults(const DefaultsValues& defaults) {

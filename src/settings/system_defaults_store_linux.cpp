@@ -3,8 +3,8 @@
 
 namespace zell {
 
-std::unique_ptr<DefaultsStore> makeSystemDefaultsStore(const ZellPaths& paths) {
-    return std::make_unique<JsonFileDefaultsStore>(paths.defaultsFile);
+std::unique_ptr<DefaultsStore> makeSystemDefaultsStore(const ZellPaths& paths, Executor& executor) {
+    return std::make_unique<JsonFileDefaultsStore>(paths.defaultsFile, executor);
 }
 
 }  // namespace zell

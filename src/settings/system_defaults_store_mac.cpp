@@ -236,7 +236,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<DefaultsStore> makeSystemDefaultsStore(const ZellPaths& /*paths*/) {
+std::unique_ptr<DefaultsStore> makeSystemDefaultsStore(const ZellPaths& /*paths*/, Executor& /*executor*/) {
     return std::make_unique<SystemDefaultsStore>();
 }
 

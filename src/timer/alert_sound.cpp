@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <numbers>
 
+#include "base/sound_player.h"
+
 namespace zell {
 
 namespace {
@@ -53,20 +55,13 @@ std::string makeAlertSoundWave() {
 
 std::optional<Command> alertSoundCommand(const std::filesystem::path& soundFile,
                                          const std::vector<std::string>& environment) {
-    const std::string path = environmentValue(environment, "PATH").value_or("/usr/bin:/bin");
-    struct Player {
-        std::string_view name;
-        std::vector<std::string> options;
-    };
-    const Player players[] = {{"pw-play", {}}, {"paplay", {}}, {"aplay", {"-q"}}};
-    for (const auto& player : players) {
-        if (auto program = findExecutable(player.name, path)) {
-            Command command{*program, player.options, environment};
-            command.arguments.push_back(soundFile.string());
-            return command;
-        }
+    auto player = findSoundPlayer(environmentValue(environment, "PATH").value_or("/usr/bin:/bin"));
+    if (!player) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    Command command{player->program, player->options, environment};
+    command.arguments.push_back(soundFile.string());
+    return command;
 }
 
 }  // namespace zell

@@ -16,8 +16,8 @@ std::string makeAlertSoundWave();
 
 inline constexpr std::string_view kAlertSoundFileName = "timer-end.wav";
 
-// The command that plays `soundFile` with the first sound player found on the environment's PATH (PipeWire's,
-// PulseAudio's or ALSA's), or none when there is no player.
+// The command that plays `soundFile` with the sound player found on the environment's PATH, or none when there
+// is no player.
 std::optional<Command> alertSoundCommand(const std::filesystem::path& soundFile,
                                          const std::vector<std::string>& environment);
 

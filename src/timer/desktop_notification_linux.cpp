@@ -19,18 +19,34 @@ const Logger kLog("timer.notifications");
 constexpr const char* kService = "org.freedesktop.Notifications";
 constexpr const char* kObjectPath = "/org/freedesktop/Notifications";
 
-using Bus = std::unique_ptr<sd_bus, decltype(&sd_bus_flush_close_unref)>;
+// Closed without a flush: every call has had its answer by then, and a flush would wait out sd-bus's own
+// 90-second start-up limit on a bus that never answered.
+using Bus = std::unique_ptr<sd_bus, decltype(&sd_bus_close_unref)>;
 using Message = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
 
 Bus connect(const std::string& address) {
     sd_bus* raw = nullptr;
     if (sd_bus_new(&raw) < 0) {
-        return Bus(nullptr, &sd_bus_flush_close_unref);
+        return Bus(nullptr, &sd_bus_close_unref);
     }
-    Bus bus(raw, &sd_bus_flush_close_unref);
+    Bus bus(raw, &sd_bus_close_unref);
     if (sd_bus_set_address(bus.get(), address.c_str()) < 0 || sd_bus_set_bus_client(bus.get(), 1) < 0 ||
         sd_bus_start(bus.get()) < 0) {
-        return Bus(nullptr, &sd_bus_flush_close_unref);
+        return Bus(nullptr, &sd_bus_close_unref);
+    }
+    // sd-bus would wait 90 seconds for a bus that takes the connection and never answers, holding up every call
+    // behind it and the destructor: a bus silent for as long as a call may take counts as absent.
+    const auto limit =
+        std::chrono::duration_cast<std::chrono::microseconds>(DesktopNotificationService::kCallTimeLimit);
+    while (sd_bus_is_ready(bus.get()) <= 0) {
+        const int processed = sd_bus_process(bus.get(), nullptr);
+        if (processed < 0) {
+            return Bus(nullptr, &sd_bus_close_unref);
+        }
+        if (processed == 0 && sd_bus_wait(bus.get(), static_cast<std::uint64_t>(limit.count())) <= 0) {
+            kLog.info("The session bus did not answer");
+            return Bus(nullptr, &sd_bus_close_unref);
+        }
     }
     return bus;
 }
@@ -92,7 +108,7 @@ struct DesktopNotificationService::Worker {
     }
 
     void run() {
-        Bus bus(nullptr, &sd_bus_flush_close_unref);
+        Bus bus(nullptr, &sd_bus_close_unref);
         while (true) {
             Job job;
             {

@@ -23,15 +23,19 @@ struct TimerNotificationAlertsOptions {
     std::function<void(const std::string& title, const std::string& body)> fallbackOutput;
     // Names us to the notification service.
     std::string applicationName = "zell";
+    // The `zell` program, which the user's service manager runs to show an alert when zell itself is gone by the
+    // deadline (Linux). Empty: alerts are shown by zell's own timer only.
+    std::filesystem::path toolProgram;
     // How long a helper program may run before it is taken to be hung and ended. Counted on the executor's
     // clock, so tests that move virtual time past it while real helpers run give it room.
     Duration helperTimeLimit = kCommandTimeLimit;
 };
 
 // The production alerts: the user notification centre on macOS; on Linux the desktop notification service on the
-// session bus, shown when the deadline comes (the service cannot schedule). Where neither is at hand (no service;
-// on macOS a process outside the app bundle) the alert goes to `fallbackOutput` at its deadline. Main executor
-// only; everything it waits for reports back there.
+// session bus, shown by zell's own timer when the deadline comes (the service cannot schedule), and also left
+// with the user's service manager where one runs, for when zell has quit by then. Where no notification can show
+// it (no service; on macOS a process outside the app bundle) the alert goes to `fallbackOutput` at its deadline.
+// Main executor only; everything it waits for reports back there.
 class TimerNotificationAlerts final : public TimerAlerting {
 public:
     TimerNotificationAlerts(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,

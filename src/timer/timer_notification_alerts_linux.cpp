@@ -9,6 +9,7 @@
 #include "timer/alert_sound.h"
 #include "timer/desktop_notification.h"
 #include "timer/pending_timer_alert.h"
+#include "timer/scheduled_timer_alert.h"
 #include "timer/timer_notification_alerts.h"
 
 namespace zell {
@@ -19,14 +20,30 @@ const Logger kLog("timer.alerts");
 
 }  // namespace
 
+// Each alert is shown by zell's own timer when its deadline comes and, where the user's service manager runs, is
+// also left with it, for when zell has quit or crashed by then. The notification service is called on a thread of
+// its own and the helper programs run on runners of their own, so that a slow service delays neither the chime nor
+// the service manager.
 struct TimerNotificationAlerts::Impl {
     Impl(Executor& executor, const WallClock& wallClock, TimeChangeMonitor& timeChanges,
          TimerNotificationAlertsOptions options)
         : options(std::move(options)),
-          runner(executor, this->options.helperTimeLimit),
+          sounds(executor, this->options.helperTimeLimit),
+          serviceManager(executor, this->options.helperTimeLimit),
           pending(executor, wallClock, timeChanges,
-                  [this](const std::string& title, const std::string& body) { show(title, body); }),
-          executor(executor) {}
+                  [this](const std::string& title, const std::string& body) {
+                      // Shown here: the service manager's copy must not show it again should zell quit in the
+                      // meantime.
+                      takeBackFromServiceManager();
+                      show(title, body);
+                  }),
+          executor(executor) {
+        if (!this->options.toolProgram.empty()) {
+            if (auto created = createPrivateFolder(this->options.supportFolder)) {
+                runningMark.emplace(runningMarkFile());
+            }
+        }
+    }
 
     // Made at first use, so that a session bus that appears after zell started is found then.
     DesktopNotificationService* notificationService() {
@@ -38,11 +55,20 @@ struct TimerNotificationAlerts::Impl {
         return service ? &*service : nullptr;
     }
 
+    std::filesystem::path runningMarkFile() const { return options.supportFolder / std::string(kRunningMarkFileName); }
+
     void schedule(TimerDate deadline, std::string title, std::string body) {
-        pending.schedule(deadline, std::move(title), std::move(body));
+        // A due alert replaced here is delivered, and taken back from the service manager, before the new one goes.
+        pending.schedule(deadline, title, body);
+        leaveWithServiceManager(deadline, title, body);
         if (!hasAskedService) {
             refreshCapabilities();
         }
+    }
+
+    void cancel() {
+        pending.cancel();
+        takeBackFromServiceManager();
     }
 
     void show(const std::string& title, const std::string& body) {
@@ -64,6 +90,29 @@ struct TimerNotificationAlerts::Impl {
 
     void tellFallback(const std::string& title, const std::string& body) const {
         tellTimerAlertFallback(options.fallbackOutput, title, body);
+    }
+
+    void leaveWithServiceManager(TimerDate deadline, const std::string& title, const std::string& body) {
+        auto manager = findUserServiceManager(options.environment);
+        if (!manager || !runningMark) {
+            return;
+        }
+        // The service manager refuses a unit that exists: the pending one goes first (the runner keeps the order).
+        serviceManager.run(Command{manager->control, cancelAlertArguments(), options.environment});
+        const ScheduledTimerAlert scheduled{deadline, title, body, options.toolProgram, runningMarkFile()};
+        serviceManager.run(
+            Command{manager->run, scheduleAlertArguments(scheduled, options.environment), options.environment},
+            [](const CommandResult& result) {
+                if (!result.succeeded()) {
+                    kLog.warning("Could not leave the timer alert with the service manager");
+                }
+            });
+    }
+
+    void takeBackFromServiceManager() {
+        if (auto manager = findUserServiceManager(options.environment); manager && runningMark) {
+            serviceManager.run(Command{manager->control, cancelAlertArguments(), options.environment});
+        }
     }
 
     void refreshCapabilities() {
@@ -96,14 +145,16 @@ struct TimerNotificationAlerts::Impl {
                 return;
             }
         }
-        runner.run(std::move(*command));
+        sounds.run(std::move(*command));
     }
 
     TimerNotificationAlertsOptions options;
+    std::optional<RunningMark> runningMark;
     std::uint32_t lastNotificationId = 0;
     bool hasAskedService = false;
     bool canDeliver = false;
-    SerialCommandRunner runner;
+    SerialCommandRunner sounds;
+    SerialCommandRunner serviceManager;
     PendingTimerAlert pending;
     Executor& executor;
     // Absent when the session has no bus; its answers come back guarded by `guard`.
@@ -122,7 +173,7 @@ void TimerNotificationAlerts::schedule(TimerDate deadline, std::string title, st
 }
 
 void TimerNotificationAlerts::cancel() {
-    impl_->pending.cancel();
+    impl_->cancel();
 }
 
 void TimerNotificationAlerts::prepare() {

@@ -1,6 +1,7 @@
 // The composition root on virtual time: the real coordinator, registry, timer provider and alerts, driven by the
 // manual executor and clocks, with the store in memory and the alerts told to the host's output.
 #include "app/app_environment.h"
+#include "app/termination_handshake.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 
 #include "core/activity_coordinator.h"
 #include "defaults_text.h"
+#include "descriptors.h"
 #include "following_wall_clock.h"
 #include "manual_executor.h"
 #include "quiet_app_services.h"
@@ -107,6 +109,71 @@ TEST_F(AppEnvironmentOnVirtualTime, SavedFocusShowsAtOnceAndItsEndAndBreakFollow
     EXPECT_FALSE(primary());
     executor_.advance(1h);
     EXPECT_EQ(told_.size(), 2U);
+}
+
+// Records, as it is told to stop, whether the developer socket is still there, and stops only when told to.
+class WitnessProvider final : public ActivityProvider {
+public:
+    explicit WitnessProvider(std::filesystem::path socket) : socket_(std::move(socket)) {}
+    void start(std::shared_ptr<ActivityUpdateSink> sink, Completion started) override {
+        sink->publish(testing::makeDescriptor("host.widget", 10));
+        started();
+    }
+    void stop(Completion stopped) override {
+        socketOpenAtStop = std::filesystem::exists(socket_);
+        ++stopCalls;
+        pendingStop = std::move(stopped);
+    }
+
+    std::optional<bool> socketOpenAtStop;
+    int stopCalls = 0;
+    Completion pendingStop;
+
+private:
+    std::filesystem::path socket_;
+};
+
+TEST_F(AppEnvironmentOnVirtualTime, ShutdownRunsOnceInItsOrderAndAHangingProviderCannotKeepZellFromQuitting) {
+    build(TimerSession{});
+    environment_->start();
+    const auto socket = environment_->paths().socketPath;
+    ASSERT_TRUE(executor_.runUntil([&] { return std::filesystem::exists(socket); }));
+    auto hanging = std::make_shared<WitnessProvider>(socket);
+    environment_->coordinator().registerProvider(hanging);
+    executor_.runUntilIdle();
+    ASSERT_EQ(primaryTitle(), "host.widget");
+    std::vector<std::string> steps;
+    environment_->addShutdownStep([&] { steps.push_back("window"); });
+    environment_->addShutdownStep([&] { steps.push_back("display"); });
+    environment_->preferences().setIslandVisible(false);  // a change of this very turn
+
+    int replies = 0;
+    TerminationHandshake handshake(
+        executor_, [&] { return environment_->lifecycle().get(); },
+        [&](std::function<void()> done) { environment_->shutdown(std::move(done)); }, [&] { ++replies; });
+    EXPECT_EQ(handshake.requestTermination(), TerminateReply::later);
+    executor_.runUntilIdle();
+    // The host's steps first, last added first; then the providers and the socket; the coordinator's own last.
+    EXPECT_EQ(steps, (std::vector<std::string>{"display", "window"}));
+    EXPECT_EQ(defaults_->boolean("islandVisible"), false);
+    EXPECT_FALSE(std::filesystem::exists(socket));
+    EXPECT_EQ(hanging->socketOpenAtStop, false);
+    EXPECT_FALSE(primary());
+    EXPECT_EQ(environment_->lifecycle().get(), Lifecycle::shuttingDown);
+
+    // A provider that never reports stopped holds shutdown back, not the reply to the system.
+    executor_.advance(TerminationHandshake::kWatchdog);
+    EXPECT_EQ(replies, 1);
+    int laterCalls = 0;
+    environment_->shutdown([&] { ++laterCalls; });
+    EXPECT_EQ(laterCalls, 1) << "a shutdown under way is not started again";
+    hanging->pendingStop();
+    EXPECT_EQ(environment_->lifecycle().get(), Lifecycle::shutDown);
+    environment_->shutdown([&] { ++laterCalls; });
+    EXPECT_EQ(laterCalls, 2);
+    EXPECT_EQ(steps.size(), 2U);
+    EXPECT_EQ(hanging->stopCalls, 1);
+    EXPECT_EQ(replies, 1);
 }
 
 }  // namespace

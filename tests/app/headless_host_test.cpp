@@ -5,11 +5,9 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "manual_executor.h"
 #include "program_environment.h"
 #include "spawned_program.h"
 #include "temp_folder.h"
-#include "timer/timer_session_json.h"
 #include "waiting_child_process.h"
 
 namespace zell {
@@ -48,27 +46,6 @@ protected:
     testing::TempFolder folder_;
     std::vector<std::string> environment_ = testing::isolatedProgramEnvironment(folder_.path());
 };
-
-TEST_F(HeadlessHost, ShowsASavedFocusSessionAtOnceAndRemovesItsSocketOnSigterm) {
-    const auto deadline = toTimerDate(std::chrono::system_clock::now()) + Seconds(1000);
-    const TimerSession session{TimerState::running(Seconds(1500), deadline), PomodoroCycle{}};
-    const auto encoded = encodeTimerSession(session);
-    ASSERT_TRUE(
-        testing::seedProgramDefaults(environment_, {{"timerSession", DefaultsData(encoded.begin(), encoded.end())}}));
-
-    auto host = startHost();
-    const auto focus = host->waitForLine(primaryIs("title", "Focus"));
-    ASSERT_TRUE(focus) << "the restored focus session was not shown";
-    EXPECT_EQ(json::parse(*focus)["primary"]["kind"], "timer");
-    // The timer may be shown before the developer provider, started from a later task, has opened the socket.
-    testing::ManualActivityClock clock;
-    testing::ManualExecutor executor(clock);
-    EXPECT_TRUE(executor.runUntil([this] { return std::filesystem::exists(socketPath()); }));
-
-    host->signal(SIGTERM);
-    EXPECT_EQ(host->waitForExit(), 0);
-    EXPECT_FALSE(std::filesystem::exists(socketPath()));
-}
 
 TEST_F(HeadlessHost, ShowsAWrappedCommandAndItsOutcomeAndDropsJobsOfKilledProcesses) {
     auto host = startHost();

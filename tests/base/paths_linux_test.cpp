@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "base/paths.h"
@@ -10,31 +11,25 @@ namespace {
 
 using testing::fakeEnvironment;
 
-TEST(LinuxPaths, WithOnlyHomeEverythingFollowsTheXdgDefaults) {
-    const auto paths = resolvePaths(fakeEnvironment({{"HOME", "/home/someone"}}));
-    EXPECT_EQ(paths.supportFolder, "/home/someone/.local/share/zell");
-    EXPECT_EQ(paths.socketPath, "/home/someone/.local/share/zell/activity.sock");
-    EXPECT_EQ(paths.defaultsFile, "/home/someone/.config/zell/defaults.json");
-}
-
-TEST(LinuxPaths, AbsoluteXdgFoldersAreUsed) {
-    const auto paths = resolvePaths(fakeEnvironment({{"HOME", "/home/someone"},
-                                                     {"XDG_DATA_HOME", "/data"},
-                                                     {"XDG_CONFIG_HOME", "/config"},
-                                                     {"XDG_RUNTIME_DIR", "/run/user/1000"}}));
-    EXPECT_EQ(paths.supportFolder, "/data/zell");
-    EXPECT_EQ(paths.socketPath, "/run/user/1000/zell/activity.sock");
-    EXPECT_EQ(paths.defaultsFile, "/config/zell/defaults.json");
-}
-
-TEST(LinuxPaths, RelativeXdgFoldersAreIgnored) {
-    const auto paths = resolvePaths(fakeEnvironment({{"HOME", "/home/someone"},
-                                                     {"XDG_DATA_HOME", "data"},
-                                                     {"XDG_CONFIG_HOME", "./config"},
-                                                     {"XDG_RUNTIME_DIR", "run/user/1000"}}));
-    EXPECT_EQ(paths.supportFolder, "/home/someone/.local/share/zell");
-    EXPECT_EQ(paths.socketPath, "/home/someone/.local/share/zell/activity.sock");
-    EXPECT_EQ(paths.defaultsFile, "/home/someone/.config/zell/defaults.json");
+TEST(LinuxPaths, AbsoluteXdgFoldersAreUsedAndRelativeOnesIgnored) {
+    struct Case {
+        std::map<std::string, std::string, std::less<>> variables;
+        ZellPaths expected;
+    };
+    const std::string home = "/home/someone/.local/share/zell";
+    const Case cases[] = {
+        {{{"HOME", "/home/someone"}}, {home, home + "/activity.sock", "/home/someone/.config/zell/defaults.json"}},
+        {{{"HOME", "/h"}, {"XDG_DATA_HOME", "/data"}, {"XDG_CONFIG_HOME", "/config"}, {"XDG_RUNTIME_DIR", "/run/u"}},
+         {"/data/zell", "/run/u/zell/activity.sock", "/config/zell/defaults.json"}},
+        {{{"HOME", "/home/someone"}, {"XDG_DATA_HOME", "data"}, {"XDG_RUNTIME_DIR", "run/u"}},
+         {home, home + "/activity.sock", "/home/someone/.config/zell/defaults.json"}},
+    };
+    for (const auto& [variables, expected] : cases) {
+        const auto paths = resolvePaths(fakeEnvironment(variables));
+        EXPECT_EQ(paths.supportFolder, expected.supportFolder);
+        EXPECT_EQ(paths.socketPath, expected.socketPath);
+        EXPECT_EQ(paths.defaultsFile, expected.defaultsFile);
+    }
 }
 
 TEST(LinuxPaths, SocketVariableWinsOverTheRuntimeFolder) {

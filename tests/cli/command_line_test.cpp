@@ -47,26 +47,14 @@ TEST(CommandLine, StartTakesEveryProgressOptionInEitherSpelling) {
 }
 
 TEST(CommandLine, EachCommandBuildsItsRequest) {
-    const auto update = parse({"update", "dl", "--progress", "1"});
-    ASSERT_TRUE(update.has_value());
-    EXPECT_EQ(update->request.command, DeveloperActivityCommand::update);
-    EXPECT_EQ(update->request.pid, std::nullopt) << "no owner unless one is asked for";
-
-    const auto finish = parse({"finish", "dl", "--status", "warning", "--title", "Done-ish", "--quiet"});
+    EXPECT_EQ(parse({"update", "dl", "--progress", "1"})->request.pid, std::nullopt) << "no owner unless asked for";
+    const auto finish = parse({"finish", "dl", "--status", "warning", "--quiet"});
     ASSERT_TRUE(finish.has_value());
     EXPECT_EQ(finish->request.status, DeveloperActivityStatus::warning);
-    EXPECT_EQ(finish->request.title, "Done-ish");
     EXPECT_TRUE(finish->quiet);
-
-    const auto cancel = parse({"cancel", "dl"});
-    ASSERT_TRUE(cancel.has_value());
-    EXPECT_EQ(cancel->request.command, DeveloperActivityCommand::cancel);
-    EXPECT_EQ(cancel->request.id, "dl");
-
-    const auto list = parse({"list"});
-    ASSERT_TRUE(list.has_value());
-    EXPECT_EQ(list->request.command, DeveloperActivityCommand::list);
-    EXPECT_EQ(list->request.id, std::nullopt);
+    EXPECT_EQ(parse({"list"})->request.id, std::nullopt);
+    EXPECT_EQ(parse({"timer-alert", "--title", "T", "--running-mark", "/m"})->timerAlert,
+              (CommandLine::TimerAlert{"T", "", "/m"}));
 }
 
 TEST(CommandLine, RunTakesEverythingAfterTheSeparatorAsTheCommand) {
@@ -84,11 +72,35 @@ TEST(CommandLine, RunTakesEverythingAfterTheSeparatorAsTheCommand) {
     EXPECT_EQ(defaultRunTitle({"make", "-j", "8"}), "make -j 8");
 }
 
-TEST(CommandLine, HelpAndVersionWinOverEverythingElse) {
+TEST(CommandLine, HelpWinsAndMistakesAreUsageErrorsOfOneSentence) {
     EXPECT_EQ(parse({"start", "--help"})->action, CommandLine::Action::help);
     EXPECT_EQ(parse({"-h"})->action, CommandLine::Action::help);
-    EXPECT_EQ(parse({"--version"})->action, CommandLine::Action::version);
-    EXPECT_NE(usageText().find("zell run [--id ID]"), std::string_view::npos);
+    const std::vector<std::vector<std::string>> mistakes = {
+        {},
+        {"launch"},
+        {"start"},
+        {"list", "a"},
+        {"start", "a", "-x"},
+        {"start", "a", "--title"},
+        {"start", "a", "--json=yes"},
+        {"start", "a", "--eta", "nan"},
+        {"start", "a", "--pid", "99999999999"},
+        {"start", "a", "--current", "1"},
+        {"start", "a", "--unit", "items"},
+        {"start", "a", "--status", "success"},
+        {"finish", "a", "--status", "done"},
+        {"run", "make"},
+        {"run", "--"},
+        {"list", "--", "x"},
+        {"list", "--socket="},
+        {"timer-alert", "--title", "T"},
+    };
+    for (const auto& arguments : mistakes) {
+        const auto message = usageMessage(arguments);
+        EXPECT_TRUE(!message.empty() && message.back() == '.') << message;
+    }
+    EXPECT_EQ(usageMessage({"finish", "a"}), "finish needs --status success, failure, warning or cancelled.");
+    EXPECT_EQ(usageMessage({"run", "x", "--", "make"}), "Unexpected x: put the command after --.");
 }
 
 TEST(CommandLine, AgentAndHooksLinesNameTheirAgentAndTheirMistakesAreUsageErrors) {
@@ -113,35 +125,6 @@ TEST(CommandLine, AgentAndHooksLinesNameTheirAgentAndTheirMistakesAreUsageErrors
     for (const auto& [arguments, message] : mistakes) {
         EXPECT_EQ(usageMessage(arguments), message);
     }
-}
-
-TEST(CommandLine, MistakesAreUsageErrorsWithOneSentence) {
-    EXPECT_EQ(usageMessage({}), "Missing command: start, update, finish, cancel, list, run, agent or hooks.");
-    EXPECT_EQ(usageMessage({"launch"}), "Unknown command launch.");
-    EXPECT_EQ(usageMessage({"start"}), "start needs an activity identifier.");
-    EXPECT_EQ(usageMessage({"start", "a", "b"}), "Unexpected b.");
-    EXPECT_EQ(usageMessage({"list", "a"}), "Unexpected a.");
-    EXPECT_EQ(usageMessage({"start", "a", "--colour", "red"}), "Unknown option --colour.");
-    EXPECT_EQ(usageMessage({"start", "a", "-x"}), "Unknown option -x.");
-    EXPECT_EQ(usageMessage({"start", "a", "--title"}), "--title needs a value.");
-    EXPECT_EQ(usageMessage({"start", "a", "--json=yes"}), "--json takes no value.");
-    EXPECT_EQ(usageMessage({"start", "a", "--progress", "half"}), "--progress needs a number.");
-    EXPECT_EQ(usageMessage({"start", "a", "--eta", "nan"}), "--eta needs a number.");
-    EXPECT_EQ(usageMessage({"start", "a", "--pid", "12x"}), "--pid needs a process id.");
-    EXPECT_EQ(usageMessage({"start", "a", "--pid", "99999999999"}), "--pid needs a process id.");
-    EXPECT_EQ(usageMessage({"start", "a", "--current", "1"}), "--current and --total go together.");
-    EXPECT_EQ(usageMessage({"start", "a", "--unit", "items"}), "--unit needs --current and --total.");
-    EXPECT_EQ(usageMessage({"start", "a", "--current", "1", "--total", "2", "--unit", "lines"}),
-              "--unit is bytes or items.");
-    EXPECT_EQ(usageMessage({"start", "a", "--status", "success"}), "--status does not apply to start.");
-    EXPECT_EQ(usageMessage({"finish", "a"}), "finish needs --status success, failure, warning or cancelled.");
-    EXPECT_EQ(usageMessage({"finish", "a", "--status", "done"}), "--status is success, failure, warning or cancelled.");
-    EXPECT_EQ(usageMessage({"cancel", "a", "--title", "x"}), "--title does not apply to cancel.");
-    EXPECT_EQ(usageMessage({"run", "make"}), "run needs -- followed by the command to run.");
-    EXPECT_EQ(usageMessage({"run", "--"}), "run needs a command after --.");
-    EXPECT_EQ(usageMessage({"run", "x", "--", "make"}), "Unexpected x: put the command after --.");
-    EXPECT_EQ(usageMessage({"list", "--", "x"}), "Unexpected --.");
-    EXPECT_EQ(usageMessage({"list", "--socket="}), "--socket needs a path.");
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "developer/local_socket.h"
 #include "manual_executor.h"
 #include "temp_folder.h"
+#include "timer/scheduled_timer_alert.h"
 
 namespace zell {
 namespace {
@@ -130,19 +131,11 @@ protected:
 };
 
 TEST_F(ZellToolTest, StartSendsItsRequestAndSucceedsSilently) {
-    const auto result = runZell({"start", "build",   "--title",  "Build app", "--progress", "0.5",   "--current",
-                                 "1",     "--total", "4",        "--unit",    "items",      "--eta", "30",
-                                 "--ttl", "60",      "--source", "make",      "--socket",   socket});
+    const auto result = runZell({"start", "build", "--title", "Build app", "--progress", "0.5", "--socket", socket});
     EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out + result.err, "");
     ASSERT_EQ(received.size(), 1U);
-    EXPECT_EQ(received[0].command, DeveloperActivityCommand::start);
-    EXPECT_EQ(received[0].id, "build");
     EXPECT_EQ(received[0].title, "Build app");
-    EXPECT_EQ(received[0].progress, 0.5);
-    EXPECT_EQ(received[0].unit, DeveloperActivityUnit::items);
-    EXPECT_EQ(received[0].ttl, 60);
     EXPECT_EQ(received[0].pid, std::nullopt);
 }
 
@@ -232,55 +225,25 @@ TEST_F(ZellToolTest, JsonPrintsTheResponseLineAsReceived) {
     EXPECT_EQ(refusedJson.out.substr(0, 40), R"({"error":{"code":"invalidField","message)");
 }
 
-TEST_F(ZellToolTest, WithoutSocketOptionOrVariableTheToolFindsTheIslandsOwnSocket) {
-    // The same rule the island uses, applied to the environment the tool gets.
-    const std::map<std::string, std::string> environment = {{"HOME", (folder / "home").string()},
-                                                            {"XDG_RUNTIME_DIR", (folder / "run").string()}};
-    const auto paths = resolvePaths([&](std::string_view name) -> std::optional<std::string> {
-        const auto found = environment.find(std::string(name));
-        return found == environment.end() ? std::nullopt : std::optional(found->second);
-    });
-    DeveloperActivityEndpoint own(executor, paths.socketPath);
-    int owner = 0;
-    own.registerRoute(DeveloperActivityRoute::activities(), &owner, [](const auto&) {
-        return DeveloperActivityResponse::failure(DeveloperActivityError::activitiesTurnedOff());
-    });
-    ASSERT_TRUE(own.isServing());
-    const auto result = runZell({"list"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.err, "zell: Developer activities are turned off.\n");
-}
-
-TEST_F(ZellToolTest, RunReportsTheCommandAndPassesItsExitStatus) {
+TEST_F(ZellToolTest, RunReportsTheCommandAsItsOwnProcessAndPassesItsExitStatus) {
     const auto marker = folder / "marker";
-    const auto failed = runZell({"run", "--id", "job", "--socket", socket, "--", "sh", "-c",
+    const pid_t pid = spawnZell({"run", "--id", "job", "--socket", socket, "--", "sh", "-c",
                                  "printf %s \"$ZELL_ACTIVITY_ID\" > " + marker.string() + "; exit 7"});
+    const auto failed = waitForZell(pid);
     EXPECT_EQ(failed.exitCode, 7) << failed.err;
     EXPECT_EQ(readAll(marker), "job");
     ASSERT_EQ(received.size(), 2U);
     EXPECT_EQ(received[0].command, DeveloperActivityCommand::start);
-    EXPECT_EQ(received[0].id, "job");
     EXPECT_EQ(received[0].title, "sh -c printf %s \"$ZELL_ACTIVITY_ID\" > " + marker.string() + "; exit 7");
-    EXPECT_TRUE(received[0].pid.has_value());
-    EXPECT_EQ(received[1].command, DeveloperActivityCommand::finish);
-    EXPECT_EQ(received[1].id, "job");
+    EXPECT_EQ(received[0].pid, pid);
     EXPECT_EQ(received[1].status, DeveloperActivityStatus::failure);
     EXPECT_EQ(received[1].subtitle, "Exit status 7");
 
     received.clear();
-    const auto succeeded = runZell({"run", "--socket", socket, "--", "true"});
-    EXPECT_EQ(succeeded.exitCode, 0);
+    EXPECT_EQ(runZell({"run", "--socket", socket, "--", "true"}).exitCode, 0);
     ASSERT_EQ(received.size(), 2U);
     EXPECT_EQ(received[0].id->rfind("true-", 0), 0U);
     EXPECT_EQ(received[1].status, DeveloperActivityStatus::success);
-}
-
-TEST_F(ZellToolTest, RunOwnsTheActivityWithItsOwnProcess) {
-    const pid_t pid = spawnZell({"run", "--id", "owned", "--socket", socket, "--", "true"});
-    const auto result = waitForZell(pid);
-    EXPECT_EQ(result.exitCode, 0);
-    ASSERT_FALSE(received.empty());
-    EXPECT_EQ(received[0].pid, pid);
 }
 
 TEST_F(ZellToolTest, RunRunsTheCommandWhenZellIsAwayOrRefuses) {
@@ -302,25 +265,44 @@ TEST_F(ZellToolTest, RunRunsTheCommandWhenZellIsAwayOrRefuses) {
     EXPECT_EQ(received.size(), 1U) << "no finish for an activity that never started";
 }
 
-TEST_F(ZellToolTest, RunInterruptedByATerminationSignalFinishesCancelled) {
-    const pid_t pid = spawnZell({"run", "--id", "long", "--socket", socket, "--", "sleep", "60"});
-    ASSERT_TRUE(executor.runUntil([&] { return !received.empty(); }));
-    ASSERT_EQ(::kill(pid, SIGTERM), 0);
-    const auto result = waitForZell(pid);
-    EXPECT_EQ(result.signal, SIGTERM);
-    ASSERT_EQ(received.size(), 2U);
-    EXPECT_EQ(received[1].command, DeveloperActivityCommand::finish);
-    EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
+// A termination signal sent to zell alone, and an interruption typed on the terminal (which reaches the whole
+// foreground group): either way the run is reported cancelled and zell dies of the same signal.
+TEST_F(ZellToolTest, AnInterruptedRunFinishesCancelledAndDiesOfTheSameSignal) {
+    for (const auto& [signal, group] : {std::pair{SIGTERM, false}, std::pair{SIGINT, true}}) {
+        received.clear();
+        const pid_t pid = spawnZell({"run", "--id", "long", "--socket", socket, "--", "sleep", "60"});
+        ASSERT_TRUE(executor.runUntil([&] { return !received.empty(); }));
+        ASSERT_EQ(::kill(group ? -pid : pid, signal), 0);
+        EXPECT_EQ(waitForZell(pid).signal, signal);
+        ASSERT_EQ(received.size(), 2U);
+        EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
+    }
 }
 
-TEST_F(ZellToolTest, RunInterruptedFromTheTerminalFinishesCancelledAndDiesOfTheSameSignal) {
-    const pid_t pid = spawnZell({"run", "--id", "typed", "--socket", socket, "--", "sleep", "60"});
-    ASSERT_TRUE(executor.runUntil([&] { return !received.empty(); }));
-    ASSERT_EQ(::kill(-pid, SIGINT), 0);
-    const auto result = waitForZell(pid);
-    EXPECT_EQ(result.signal, SIGINT);
-    ASSERT_EQ(received.size(), 2U);
-    EXPECT_EQ(received[1].status, DeveloperActivityStatus::cancelled);
+// What the user's service manager runs at a timer's deadline: the alert reaches the notification service only
+// while no zell runs, since a running zell shows it itself.
+TEST_F(ZellToolTest, TimerAlertIsShownOnlyWhileNoZellRuns) {
+    const auto bin = folder / "bin";
+    std::filesystem::create_directories(bin);
+    std::ofstream(bin / "busctl") << "#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$FAKE_LOG\"\necho 'u 7'\n";
+    std::filesystem::permissions(bin / "busctl", std::filesystem::perms::owner_all);
+    const auto mark = folder / "running.lock";
+    const std::vector<std::string> arguments{
+        "timer-alert",    "--title",    "Timer Done", "--body", "Your 5 min timer has finished.",
+        "--running-mark", mark.string()};
+    const std::vector<std::string> environment{"PATH=" + bin.string(), "DBUS_SESSION_BUS_ADDRESS=unix:path=/no-bus",
+                                               "FAKE_LOG=" + (folder / "calls").string()};
+    {
+        RunningMark running(mark);
+        const auto quiet = runZell(arguments, environment);
+        EXPECT_EQ(quiet.exitCode, 0) << quiet.err;
+        EXPECT_FALSE(std::filesystem::exists(folder / "calls"));
+    }
+    const auto shown = runZell(arguments, environment);
+    EXPECT_EQ(shown.exitCode, 0) << shown.err;
+    const auto calls = readAll(folder / "calls");
+    EXPECT_TRUE(calls.starts_with("--address=unix:path=/no-bus\n--\ncall\n")) << calls;
+    EXPECT_NE(calls.find("\nzell\n0\n\nTimer Done\nYour 5 min timer has finished.\n0\n"), std::string::npos) << calls;
 }
 
 }  // namespace

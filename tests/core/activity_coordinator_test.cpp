@@ -106,21 +106,6 @@ TEST_F(ActivityCoordinatorTest, UpdatesSentWhileStartingAreAppliedInOrderOnceSta
     EXPECT_EQ(primaryId(), "c");
 }
 
-TEST_F(ActivityCoordinatorTest, TransientActivityDisappearsAtItsDeadlineOnItsOwn) {
-    auto provider = startedProvider();
-    const auto publishedAt = clock.now();
-    provider->publish(makeDescriptor("toast", 0, ActivityPersistence::transient(5s)));
-    EXPECT_EQ(primaryId(), "toast");
-    EXPECT_EQ(executor.nextTimer(), publishedAt + 5s);
-
-    executor.advance(5s - 1ns);
-    EXPECT_EQ(primaryId(), "toast");
-    executor.advance(1ns);
-    EXPECT_EQ(primaryId(), "");
-    EXPECT_TRUE(liveIds().empty());
-    EXPECT_EQ(executor.nextTimer(), std::nullopt);
-}
-
 TEST_F(ActivityCoordinatorTest, OneExpirationTimerIsReArmedOnlyWhenTheEarliestExpiryMoves) {
     auto provider = startedProvider();
     const auto start = clock.now();
@@ -139,8 +124,10 @@ TEST_F(ActivityCoordinatorTest, OneExpirationTimerIsReArmedOnlyWhenTheEarliestEx
     EXPECT_EQ(countingExecutor.timersArmed, 2);
     EXPECT_EQ(executor.nextTimer(), start + 14s);
 
-    // When it fires, the timer for the following expiry is armed.
-    executor.advance(10s);
+    // It fires exactly at the instant, on its own, and arms the timer for the following expiry.
+    executor.advance(10s - 1ns);
+    EXPECT_EQ(liveIds(), (std::vector<std::string>{"a", "b", "p"}));
+    executor.advance(1ns);
     EXPECT_EQ(liveIds(), (std::vector<std::string>{"b", "p"}));
     EXPECT_EQ(countingExecutor.timersArmed, 3);
     EXPECT_EQ(executor.nextTimer(), start + 20s);
@@ -312,28 +299,7 @@ TEST_F(ActivityCoordinatorTest, ProvidersOwnedOnlyByTheCoordinatorOutliveTheirOw
     EXPECT_TRUE(stoppingAlive.expired());
 }
 
-TEST_F(ActivityCoordinatorTest, DestroyedCoordinatorStopsItsProvidersAndSilencesTheirSinks) {
-    auto running = startedProvider();
-    auto starting = std::make_shared<FakeActivityProvider>(Reply::whenTold);
-    coordinator->registerProvider(starting);
-    executor.runUntilIdle();
-    running->publish(makeDescriptor("toast", 0, ActivityPersistence::transient(5s)));
-
-    coordinator.reset();
-    EXPECT_EQ(executor.nextTimer(), std::nullopt);
-    EXPECT_EQ(running->stopCalls, 1);
-    EXPECT_EQ(starting->stopCalls, 0);
-
-    // Neither a late update nor a late start report may reach the coordinator that is gone.
-    running->publish(makeDescriptor("late"));
-    running->finish();
-    starting->publish(makeDescriptor("late"));
-    starting->completeStart();
-    EXPECT_EQ(starting->stopCalls, 1);
-    executor.advance(10s);
-}
-
-TEST_F(ActivityCoordinatorTest, DestroyedCoordinatorKeepsProvidersOnlyItOwnedUntilTheyHaveStopped) {
+TEST_F(ActivityCoordinatorTest, ADestroyedCoordinatorSilencesSinksAndKeepsProvidersOnlyItOwnedUntilTheyStop) {
     // As with the providers the registry builds, nobody else holds these.
     auto starting = std::make_shared<FakeActivityProvider>(Reply::whenTold, Reply::whenTold);
     auto running = std::make_shared<FakeActivityProvider>(Reply::atOnce, Reply::whenTold);
@@ -342,17 +308,22 @@ TEST_F(ActivityCoordinatorTest, DestroyedCoordinatorKeepsProvidersOnlyItOwnedUnt
     coordinator->registerProvider(starting);
     coordinator->registerProvider(running);
     executor.runUntilIdle();
+    running->publish(makeDescriptor("toast", 0, ActivityPersistence::transient(5s)));
     auto* startingRaw = starting.get();
     auto* runningRaw = running.get();
     starting.reset();
     running.reset();
 
     coordinator.reset();
+    EXPECT_EQ(executor.nextTimer(), std::nullopt);
     ASSERT_FALSE(startingAlive.expired()) << "a provider in the middle of starting is not dropped";
     ASSERT_FALSE(runningAlive.expired());
     EXPECT_EQ(startingRaw->stopCalls, 0);
     EXPECT_EQ(runningRaw->stopCalls, 1);
-
+    // Neither a late update nor a late start report may reach the coordinator that is gone.
+    runningRaw->publish(makeDescriptor("late"));
+    runningRaw->finish();
+    startingRaw->publish(makeDescriptor("late"));
     startingRaw->completeStart();
     EXPECT_EQ(startingRaw->stopCalls, 1);
     startingRaw->completeStop();

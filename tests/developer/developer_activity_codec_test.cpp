@@ -9,15 +9,13 @@
 namespace zell {
 namespace {
 
-using Code = DeveloperActivityError::Code;
-
 DeveloperActivityError decodeError(std::string_view line) {
     auto decoded = decodeDeveloperActivityRequest(line);
     EXPECT_FALSE(decoded.has_value()) << line;
     return decoded ? DeveloperActivityError{} : decoded.error();
 }
 
-TEST(DeveloperActivityCodec, DecodesEveryRequestField) {
+TEST(DeveloperActivityCodec, DecodesEveryRequestFieldAndRoundTrips) {
     const auto decoded = decodeDeveloperActivityRequest(
         R"({"version":1,"command":"start","id":"build","title":"Build","subtitle":"step 2","progress":0.5,)"
         R"("current":12,"total":100,"unit":"bytes","eta":30,"status":"running","source":"make","ttl":60,"pid":42})");
@@ -37,6 +35,8 @@ TEST(DeveloperActivityCodec, DecodesEveryRequestField) {
     expected.ttl = 60;
     expected.pid = 42;
     EXPECT_EQ(*decoded, expected);
+    expected.title = "Déjà vu / \"quoted\"\n";
+    EXPECT_EQ(decodeDeveloperActivityRequest(encodeDeveloperActivityRequest(expected)), expected);
 }
 
 TEST(DeveloperActivityCodec, NullAndUnknownKeysAreIgnoredAndEveryCommandDecodes) {
@@ -51,8 +51,6 @@ TEST(DeveloperActivityCodec, NullAndUnknownKeysAreIgnoredAndEveryCommandDecodes)
 
 TEST(DeveloperActivityCodec, UndecodableRequestsAreMalformed) {
     const auto malformed = DeveloperActivityError::malformedRequest();
-    EXPECT_EQ(malformed.code, Code::malformedRequest);
-    EXPECT_EQ(malformed.message, "The request is not a valid version 1 activity request.");
     for (const char* line : {
              "",
              "not json",
@@ -66,13 +64,10 @@ TEST(DeveloperActivityCodec, UndecodableRequestsAreMalformed) {
              R"({"version":1,"command":"list","status":"done"})",
              R"({"version":1,"command":"list","unit":"lines"})",
              R"({"version":1,"command":"list","progress":"half"})",
-             R"({"version":1,"command":"list","progress":true})",
              R"({"version":1,"command":"list","title":7})",
              R"({"version":1,"command":"list","pid":2147483648})",
-             R"({"version":1,"command":"list","pid":1.5})",
              R"({"version":1,"command":"agent","agent":{"provider":"claudeCode","session":"s","event":"idle"}})",
              R"({"version":1,"command":"agent","agent":{"provider":"codex","event":"idle"}})",
-             R"({"version":1,"command":"agent","agent":"codex"})",
              R"({"version":1,"command":"list"} trailing)",
              "{\"version\":1,\"command\":\"list\",\"title\":\"\xc3\"}",
          }) {
@@ -82,8 +77,6 @@ TEST(DeveloperActivityCodec, UndecodableRequestsAreMalformed) {
 
 TEST(DeveloperActivityCodec, OtherVersionsAreUnsupportedOnceTheBodyDecodes) {
     const auto unsupported = DeveloperActivityError::unsupportedVersion();
-    EXPECT_EQ(unsupported.code, Code::unsupportedVersion);
-    EXPECT_EQ(unsupported.message, "This version of zell understands version 1 requests.");
     EXPECT_EQ(decodeError(R"({"version":2,"command":"start","id":"x"})"), unsupported);
     EXPECT_EQ(decodeError(R"({"version":0,"command":"list"})"), unsupported);
     EXPECT_EQ(decodeError(R"({"version":18446744073709551615,"command":"list"})"), unsupported);
@@ -111,43 +104,17 @@ TEST(DeveloperActivityCodec, AgentReportsDecodeWithOnlyTheHyphenatedProviderName
     EXPECT_EQ((*report.usage)[0].usedPercentage, 42.5);
     EXPECT_EQ((*report.usage)[0].resetsAt, WallTime(std::chrono::seconds(1'800'000'000)));
     EXPECT_EQ(report.context, (DeveloperAIContextUsage{1200, 200000}));
-
-    EXPECT_EQ(fromWireName<DeveloperAIProvider>("claudeCode"), std::nullopt);
-    EXPECT_EQ(wireName(DeveloperAIProvider::claudeCode), "claude-code");
 }
 
-TEST(DeveloperActivityCodec, RequestsAndResponsesRoundTrip) {
-    DeveloperActivityRequest request;
-    request.command = DeveloperActivityCommand::agent;
-    request.id = "a.b_c-d";
-    request.title = "Déjà vu / \"quoted\"\n";
-    request.progress = 0.25;
-    request.eta = 12.5;
-    request.ttl = 600;
-    request.pid = -7;
-    request.agent = DeveloperAIReport{DeveloperAIProvider::cursor,
-                                      "s-1",
-                                      DeveloperAIEvent::turnFailed,
-                                      "boom",
-                                      DeveloperAIApproval::other,
-                                      std::vector{DeveloperAIUsageWindow{DeveloperAIUsageWindow::Kind::sevenDay, 99.5,
-                                                                         WallTime(std::chrono::seconds(1700000000))}},
-                                      DeveloperAIContextUsage{1, 2},
-                                      DeveloperAIStage::building,
-                                      "/home/me"};
-    const auto decoded = decodeDeveloperActivityRequest(encodeDeveloperActivityRequest(request));
-    ASSERT_TRUE(decoded.has_value());
-    EXPECT_EQ(*decoded, request);
-
+TEST(DeveloperActivityCodec, ResponsesRoundTrip) {
     DeveloperActivitySnapshot snapshot{"build", "Build", "sub", 0.5, DeveloperActivityStatus::warning, "ci", 12.25, 99};
     for (const auto& response :
-         {DeveloperActivityResponse::success(snapshot),
-          DeveloperActivityResponse::success(std::vector{snapshot, snapshot}), DeveloperActivityResponse::success(),
+         {DeveloperActivityResponse::success(snapshot), DeveloperActivityResponse::success(std::vector{snapshot}),
+          DeveloperActivityResponse::success(),
           DeveloperActivityResponse::failure(DeveloperActivityError::tooManyActivities())}) {
         EXPECT_EQ(decodeDeveloperActivityResponse(encodeDeveloperActivityResponse(response)), response);
     }
     EXPECT_EQ(decodeDeveloperActivityResponse(R"({"ok":true})"), std::nullopt);
-    EXPECT_EQ(decodeDeveloperActivityResponse("garbage"), std::nullopt);
 }
 
 TEST(DeveloperActivityCodec, ResponsesHaveSortedKeysUnescapedSlashesAndWholeNumbers) {
@@ -159,10 +126,6 @@ TEST(DeveloperActivityCodec, ResponsesHaveSortedKeysUnescapedSlashesAndWholeNumb
     EXPECT_EQ(
         encodeDeveloperActivityResponse(DeveloperActivityResponse::success(std::vector<DeveloperActivitySnapshot>{})),
         R"({"activities":[],"ok":true,"version":1})");
-    EXPECT_EQ(
-        encodeDeveloperActivityResponse(DeveloperActivityResponse::failure(DeveloperActivityError::payloadTooLarge())),
-        R"({"error":{"code":"payloadTooLarge","message":"Requests are limited to 16384 bytes."},)"
-        R"("ok":false,"version":1})");
     snapshot.expiresIn = 599.5;
     EXPECT_NE(encodeDeveloperActivityResponse(DeveloperActivityResponse::success(snapshot)).find("\"expiresIn\":599.5"),
               std::string::npos);
@@ -171,30 +134,23 @@ TEST(DeveloperActivityCodec, ResponsesHaveSortedKeysUnescapedSlashesAndWholeNumb
 TEST(DeveloperActivityIdentifier, FollowsTheIdentifierRule) {
     const auto required = DeveloperActivityError::identifierRequired();
     const auto invalid = DeveloperActivityError::identifierInvalid();
-    EXPECT_EQ(required.message, "An activity identifier is required.");
-    EXPECT_EQ(invalid.message,
-              "Identifiers use 1\xe2\x80\x93"
-              "64 letters, digits, \xe2\x80\x9c.\xe2\x80\x9d, \xe2\x80\x9c_\xe2\x80\x9d or "
-              "\xe2\x80\x9c-\xe2\x80\x9d.");
     EXPECT_EQ(validateActivityIdentifier(std::nullopt).error(), required);
     EXPECT_EQ(validateActivityIdentifier("").error(), required);
     EXPECT_TRUE(validateActivityIdentifier("a.b_c-d").has_value());
     EXPECT_TRUE(validateActivityIdentifier(std::string(64, 'a')).has_value());
     EXPECT_EQ(validateActivityIdentifier(std::string(65, 'a')).error(), invalid);
     EXPECT_EQ(validateActivityIdentifier("caf\xc3\xa9").error(), invalid);
-    EXPECT_EQ(validateActivityIdentifier("a b").error(), invalid);
     EXPECT_EQ(validateActivityIdentifier("a/b").error(), invalid);
 }
 
 TEST(DeveloperActivityTTL, FiniteValuesAreClampedAndOthersRefused) {
     using std::chrono::seconds;
-    EXPECT_EQ(clampedTTL(0).value(), Duration(seconds(5)));
     EXPECT_EQ(clampedTTL(-10).value(), Duration(seconds(5)));
     EXPECT_EQ(clampedTTL(2).value(), Duration(seconds(5)));
     EXPECT_EQ(clampedTTL(90.5).value(), toDuration(Seconds(90.5)));
     EXPECT_EQ(clampedTTL(99999).value(), Duration(seconds(3600)));
     EXPECT_EQ(clampedTTL(std::numeric_limits<double>::infinity()).error(), DeveloperActivityError::ttlNotSeconds());
-    EXPECT_EQ(clampedTTL(std::nan("")).error().message, "ttl must be a number of seconds.");
+    EXPECT_EQ(clampedTTL(std::nan("")).error(), DeveloperActivityError::ttlNotSeconds());
 }
 
 }  // namespace

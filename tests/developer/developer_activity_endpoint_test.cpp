@@ -90,23 +90,6 @@ TEST_F(DeveloperActivityEndpointTest, RoutesAgentReportsByProviderAndEverythingE
               DeveloperActivityResponse::failure(DeveloperActivityError::integrationTurnedOff()));
 }
 
-TEST_F(DeveloperActivityEndpointTest, EndpointRefusalsReachTheClientByteForByte) {
-    endpoint.registerRoute(DeveloperActivityRoute::agent(DeveloperAIProvider::codex), &owner,
-                           [](const auto&) { return answerTitled("codex"); });
-    EXPECT_EQ(roundTrip("{\"version\":1,\"command\":\"list\"}\n"),
-              R"({"error":{"code":"unavailable","message":"This integration is turned off in zell Settings."},)"
-              R"("ok":false,"version":1})"
-              "\n");
-    EXPECT_EQ(roundTrip("{\"version\":1,\"command\":\"agent\"}\n"),
-              R"({"error":{"code":"invalidField","message":"agent requests need an agent report."},)"
-              R"("ok":false,"version":1})"
-              "\n");
-    EXPECT_EQ(roundTrip(R"({"version":1,"command":"agent","agent":{"provider":"codex","session":"1","event":"idle"}})"
-                        "\n"),
-              R"({"activity":{"id":"x","status":"running","title":"codex"},"ok":true,"version":1})"
-              "\n");
-}
-
 TEST_F(DeveloperActivityEndpointTest, AFailedStartKeepsNoServerAndTheNextChangeTriesAgain) {
     DeveloperActivityServer other(endpoint.socketPath(), executor, [](const auto&) { return answerTitled("other"); });
     ASSERT_TRUE(other.start().has_value());

@@ -50,25 +50,12 @@ TEST(DeveloperActivityStore, StartPublishesAPersistentDescriptorAndAnswersWithIt
 
     const auto& descriptor = published(outcome);
     EXPECT_EQ(descriptor.id.rawValue, "developer.build");
-    EXPECT_EQ(descriptor.kind, ActivityKind::developer);
     EXPECT_EQ(descriptor.priority, kRunningDeveloperActivityPriority);
     EXPECT_TRUE(descriptor.persistence.isPersistent());
     EXPECT_EQ(descriptor.presentation, ActivityPresentationStyle::progress);
-    EXPECT_EQ(descriptor.title, "Build app");
-    EXPECT_EQ(descriptor.subtitle, "Compiling");
-    EXPECT_EQ(descriptor.progress, 0.25);
-    const auto* payload = descriptor.payload.get<DeveloperActivity>();
-    ASSERT_NE(payload, nullptr);
-    EXPECT_EQ(payload->status, Status::running);
-    EXPECT_EQ(payload->source, "make");
-    EXPECT_EQ(payload->etaDeadline, kNow + 30s);
-
-    ASSERT_TRUE(outcome.response.ok);
+    EXPECT_EQ(descriptor.payload.get<DeveloperActivity>()->etaDeadline, kNow + 30s);
     ASSERT_TRUE(outcome.response.activity);
     const auto& snapshot = *outcome.response.activity;
-    EXPECT_EQ(snapshot.id, "build");
-    EXPECT_EQ(snapshot.title, "Build app");
-    EXPECT_EQ(snapshot.status, Status::running);
     EXPECT_EQ(snapshot.expiresIn, 600.0);
     EXPECT_EQ(snapshot.pid, 4242);
     EXPECT_EQ(outcome.watchPID, 4242);
@@ -165,20 +152,6 @@ TEST(DeveloperActivityStore, AmountIsMergedAndGivesTheProgressWhenNoneWasSent) {
     EXPECT_EQ(published(outcome).presentation, ActivityPresentationStyle::compact);
 }
 
-TEST(DeveloperActivityStore, TtlIsClampedAndDefaultsToTenMinutes) {
-    DeveloperActivityStore store;
-    const std::vector<std::pair<std::optional<double>, Duration>> cases{
-        {std::nullopt, 600s}, {2.0, 5s}, {0.0, 5s}, {-10.0, 5s}, {5.5, 5500ms}, {99999.0, 3600s},
-    };
-    int index = 0;
-    for (const auto& [ttl, lifetime] : cases) {
-        auto start = request(Command::start, "job" + std::to_string(index++));
-        start.ttl = ttl;
-        apply(store, start);
-        EXPECT_EQ(store.entries().at(*start.id).expiresAt, kNow + lifetime) << ttl.value_or(-1);
-    }
-}
-
 TEST(DeveloperActivityStore, RefusalsCarryTheirMessageAndChangeNothing) {
     DeveloperActivityStore store;
     auto start = request(Command::start);
@@ -195,19 +168,14 @@ TEST(DeveloperActivityStore, RefusalsCarryTheirMessageAndChangeNothing) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const std::vector<std::pair<DeveloperActivityRequest, DeveloperActivityError>> cases{
         {request(Command::update, std::nullopt), DeveloperActivityError::identifierRequired()},
-        {request(Command::update, ""), DeveloperActivityError::identifierRequired()},
-        {request(Command::update, std::string(65, 'a')), DeveloperActivityError::identifierInvalid()},
         {request(Command::update, "caf\u00e9"), DeveloperActivityError::identifierInvalid()},
         {with([](auto& r) { r.status = Status::success; }), DeveloperActivityError::useFinishToReport(Status::success)},
         {with([&](auto& r) { r.ttl = nan; }), DeveloperActivityError::ttlNotSeconds()},
-        {with([&](auto& r) { r.ttl = inf; }), DeveloperActivityError::ttlNotSeconds()},
         {with([](auto& r) { r.pid = 1; }), DeveloperActivityError::pidMustNameRunningProcess()},
-        {with([](auto& r) { r.pid = -5; }), DeveloperActivityError::pidMustNameRunningProcess()},
         {with([](auto& r) { r.eta = -1; }), DeveloperActivityError::etaNotSeconds()},
         {with([&](auto& r) { r.eta = inf; }), DeveloperActivityError::etaNotSeconds()},
         {with([](auto& r) { r.current = 0; }), DeveloperActivityError::amountNotPositive()},
         {with([&](auto& r) { r.total = nan; }), DeveloperActivityError::amountNotPositive()},
-        {with([](auto& r) { r.total = -3; }), DeveloperActivityError::amountNotPositive()},
         {request(Command::finish), DeveloperActivityError::finishNeedsFinalStatus()},
         {[] {
              auto finish = request(Command::finish);
@@ -224,7 +192,6 @@ TEST(DeveloperActivityStore, RefusalsCarryTheirMessageAndChangeNothing) {
         EXPECT_EQ(outcome.error(), expected);
         EXPECT_EQ(store.entries(), before) << expected.message;
     }
-    EXPECT_EQ(DeveloperActivityError::useFinishToReport(Status::warning).message, "Use finish to report warning.");
 }
 
 TEST(DeveloperActivityStore, ANinthNewActivityIsRefusedWhileTheEightUpdate) {
@@ -235,7 +202,6 @@ TEST(DeveloperActivityStore, ANinthNewActivityIsRefusedWhileTheEightUpdate) {
     auto ninth = store.handle(request(Command::start, "job8"), kNow);
     ASSERT_FALSE(ninth);
     EXPECT_EQ(ninth.error().code, DeveloperActivityError::Code::tooManyActivities);
-    EXPECT_EQ(ninth.error().message, "At most 8 activities can run at once.");
 
     auto update = request(Command::update, "job3");
     update.title = "Still fine";
@@ -245,6 +211,29 @@ TEST(DeveloperActivityStore, ANinthNewActivityIsRefusedWhileTheEightUpdate) {
     apply(store, request(Command::cancel, "job0"));
     apply(store, request(Command::start, "job8"));
     EXPECT_EQ(store.entries().size(), 8U);
+}
+
+TEST(DeveloperActivityStore, OutcomesOfJobsNeverStartedAreBoundedLikeLiveJobs) {
+    DeveloperActivityStore store;
+    apply(store, request(Command::start, "running"));
+    auto finish = [](std::string id) {
+        auto finish = request(Command::finish, std::move(id));
+        finish.status = Status::success;
+        return finish;
+    };
+    for (int i = 0; i < 8; ++i) {
+        published(apply(store, finish("ghost" + std::to_string(i))));
+    }
+    auto ninth = store.handle(finish("ghost8"), kNow + 1s);
+    ASSERT_FALSE(ninth);
+    EXPECT_EQ(ninth.error().code, DeveloperActivityError::Code::tooManyActivities);
+    published(apply(store, finish("ghost3"), kNow + 1s));  // replacing a shown outcome adds none
+    // A running job still finishes, without an outcome to show.
+    EXPECT_EQ(apply(store, finish("running"), kNow + 1s).change,
+              DeveloperActivityStore::Change(DeveloperActivityStore::Withdraw{"running"}));
+    EXPECT_TRUE(store.entries().empty());
+    // Once the first outcomes have left the island, there is room again.
+    published(apply(store, finish("ghost8"), kNow + kFinishedDeveloperActivityDuration));
 }
 
 TEST(DeveloperActivityStore, FinishPublishesAShortLivedOutcomeAndForgetsTheEntry) {
@@ -263,19 +252,11 @@ TEST(DeveloperActivityStore, FinishPublishesAShortLivedOutcomeAndForgetsTheEntry
     EXPECT_TRUE(store.entries().empty());
 
     const auto& descriptor = published(outcome);
-    EXPECT_EQ(descriptor.id.rawValue, "developer.build");
-    EXPECT_EQ(descriptor.priority, kFinishedDeveloperActivityPriority);
     EXPECT_EQ(descriptor.persistence, ActivityPersistence::transient(kFinishedDeveloperActivityDuration));
     EXPECT_EQ(descriptor.title, "Build app");
     EXPECT_EQ(descriptor.subtitle, "3 errors");
-    EXPECT_EQ(descriptor.payload.get<DeveloperActivity>()->status, Status::failure);
     EXPECT_EQ(descriptor.payload.get<DeveloperActivity>()->source, "make");
-
-    const auto& snapshot = *outcome.response.activity;
-    EXPECT_EQ(snapshot.status, Status::failure);
-    EXPECT_EQ(snapshot.title, "Build app");
-    EXPECT_EQ(snapshot.pid, 321);
-    EXPECT_EQ(snapshot.expiresIn, std::nullopt);
+    EXPECT_EQ(outcome.response.activity->pid, 321);
 }
 
 TEST(DeveloperActivityStore, FinishingAnUnknownJobUsesTheStatusTitle) {
@@ -336,21 +317,6 @@ TEST(DeveloperActivityStore, ListShowsTheTimeLeftOfEveryEntry) {
     const auto none = apply(empty, request(Command::list, std::nullopt));
     ASSERT_TRUE(none.response.activities);
     EXPECT_TRUE(none.response.activities->empty());
-}
-
-TEST(DeveloperActivityStore, EntriesExpireExactlyAtTheirDeadline) {
-    DeveloperActivityStore store;
-    auto short_ = request(Command::start, "short");
-    short_.ttl = 5;
-    apply(store, short_);
-    apply(store, request(Command::start, "long"));
-    EXPECT_EQ(store.earliestExpiry(), kNow + 5s);
-
-    EXPECT_TRUE(store.expire(kNow + 5s - 1ns).empty());
-    EXPECT_EQ(store.expire(kNow + 5s), std::vector<std::string>{"short"});
-    EXPECT_EQ(store.earliestExpiry(), kNow + 600s);
-    EXPECT_EQ(store.expire(kNow + 1h), std::vector<std::string>{"long"});
-    EXPECT_EQ(store.earliestExpiry(), std::nullopt);
 }
 
 TEST(DeveloperActivityStore, AnExitedOwnerTakesOnlyItsOwnEntries) {

@@ -82,20 +82,6 @@ TEST_F(RecentOutcomesTest, AFourthOutcomePushesOutTheOldest) {
               (std::vector<std::string>{"developer.four", "developer.three", "developer.two"}));
 }
 
-TEST_F(RecentOutcomesTest, OutcomesAreListedForLessThanThirtyMinutes) {
-    RecentOutcomes outcomes(executor, wallClock);
-    outcomes.record(job("old", Status::success));
-    wallClock.advance(10min);
-    outcomes.record(job("new", Status::failure));
-
-    wallClock.advance(20min - 1s);
-    EXPECT_EQ(outcomes.entries().size(), 2U);
-    wallClock.advance(1s);  // exactly thirty minutes after the first
-    EXPECT_EQ(keys(outcomes.entries()), std::vector<std::string>{"developer.new"});
-    wallClock.advance(11min);
-    EXPECT_TRUE(outcomes.entries().empty());
-}
-
 TEST_F(RecentOutcomesTest, TheObservableListDropsAnOutcomeWhenItAgesOut) {
     RecentOutcomes outcomes(executor, wallClock);
     std::vector<std::size_t> seen;

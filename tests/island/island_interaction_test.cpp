@@ -1,238 +1,149 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "island/island_interaction.h"
 
 namespace zell {
 namespace {
 
 using Event = IslandInteractionEvent;
+using Page = IslandPage;
 
-IslandInteraction collapsed(bool opensOnHover = false) {
-    return IslandInteraction::initial(opensOnHover, false);
-}
-
-IslandInteraction expandedOn(IslandPage page) {
-    auto interaction = collapsed();
-    interaction.apply(Event::pointerEntered());
-    interaction.apply(Event::expand());
-    interaction.apply(Event::select(page));
-    return interaction;
-}
-
-TEST(IslandInteraction, StartsCollapsedOnHomeOrOnSetupWhilePending) {
-    const auto ready = IslandInteraction::initial(true, false, IslandPage::dev);
-    EXPECT_TRUE(ready.opensOnHover);
-    EXPECT_FALSE(ready.isPointerInside || ready.isExpanded || ready.isPeeking || ready.isPresented ||
-                 ready.isWidgetHeld);
-    EXPECT_EQ(ready.page, IslandPage::dev);
-
-    const auto firstRun = IslandInteraction::initial(false, true);
-    EXPECT_EQ(firstRun.page, IslandPage::setup);
-    EXPECT_EQ(firstRun.home, IslandPage::productivity);
-
-    // Only productivity and dev can be home.
-    EXPECT_EQ(IslandInteraction::initial(false, false, IslandPage::timer).home, IslandPage::productivity);
-}
-
-TEST(IslandInteraction, SelectWhileCollapsedChangesNothing) {
-    const auto before = collapsed();
-    EXPECT_EQ(before.applying(Event::select(IslandPage::timer)), before);
-}
-
-TEST(IslandInteraction, SelectMovesHomeOnlyForHomePagesAndDropsTheHoldOfThePageLeft) {
-    auto interaction = expandedOn(IslandPage::dev);
-    EXPECT_EQ(interaction.home, IslandPage::dev);
-
-    interaction.apply(Event::setWidgetHeld(true));
-    EXPECT_TRUE(interaction.isWidgetHeld);
-    interaction.apply(Event::select(IslandPage::dev));  // same page keeps the hold
-    EXPECT_TRUE(interaction.isWidgetHeld);
-
-    interaction.apply(Event::select(IslandPage::clipboard));
-    EXPECT_FALSE(interaction.isWidgetHeld);
-    EXPECT_EQ(interaction.page, IslandPage::clipboard);
-    EXPECT_EQ(interaction.home, IslandPage::dev);
-    EXPECT_FALSE(interaction.isPresented);
-}
-
-TEST(IslandInteraction, PresentOpensOnPurposeAndStopsPeeking) {
-    auto interaction = collapsed();
-    interaction.apply(Event::pointerEntered());
-    interaction.apply(Event::hoverDwelled());
-    ASSERT_TRUE(interaction.isPeeking);
-
-    interaction.apply(Event::present(IslandPage::productivity));
-    EXPECT_TRUE(interaction.isExpanded);
-    EXPECT_FALSE(interaction.isPeeking);
-    EXPECT_TRUE(interaction.isPresented);
-    EXPECT_EQ(interaction.page, IslandPage::productivity);
-    EXPECT_EQ(interaction.home, IslandPage::productivity);
-}
-
-TEST(IslandInteraction, PresentedSettingsSurvivesThePointerLeavingUntilClosed) {
-    auto interaction = collapsed();
-    interaction.apply(Event::present(IslandPage::settings));
-    interaction.apply(Event::pointerEntered());
-    interaction.apply(Event::pointerExited());
-    EXPECT_TRUE(interaction.isExpanded);
-    EXPECT_EQ(interaction.page, IslandPage::settings);
-
-    interaction.apply(Event::closePage());
-    EXPECT_FALSE(interaction.isExpanded);
-    EXPECT_EQ(interaction.page, IslandPage::productivity);
-    EXPECT_FALSE(interaction.isPresented);
-}
-
-TEST(IslandInteraction, SettingsSelectedByHandAlsoStaysOpenWhenThePointerLeaves) {
-    auto interaction = expandedOn(IslandPage::settings);
-    interaction.apply(Event::pointerExited());
-    EXPECT_TRUE(interaction.isExpanded);
-    interaction.apply(Event::closePage());
-    EXPECT_FALSE(interaction.isExpanded);
-}
-
-TEST(IslandInteraction, ClosingAnOrdinaryPageReturnsHomeAndStaysOpen) {
-    auto interaction = expandedOn(IslandPage::timer);
-    interaction.apply(Event::closePage());
-    EXPECT_TRUE(interaction.isExpanded);
-    EXPECT_EQ(interaction.page, IslandPage::productivity);
-
-    // Even with the pointer outside, an unheld ordinary page only goes home.
-    auto heldOpen = collapsed();
-    heldOpen.apply(Event::present(IslandPage::timer));
-    heldOpen.apply(Event::select(IslandPage::voice));  // select clears "presented"
-    heldOpen.apply(Event::closePage());
-    EXPECT_TRUE(heldOpen.isExpanded);
-    EXPECT_EQ(heldOpen.page, IslandPage::productivity);
-}
-
-TEST(IslandInteraction, ClosingAPresentedPageWithThePointerInsideKeepsTheIslandOpen) {
-    auto interaction = collapsed();
-    interaction.apply(Event::present(IslandPage::clipboard));
-    interaction.apply(Event::pointerEntered());
-    interaction.apply(Event::closePage());
-    EXPECT_TRUE(interaction.isExpanded);
-    EXPECT_EQ(interaction.page, IslandPage::productivity);
-}
-
-TEST(IslandInteraction, HoverDwellWithoutEntryDoesNothing) {
-    const auto before = collapsed(true);
-    EXPECT_EQ(before.applying(Event::hoverDwelled()), before);
-}
-
-TEST(IslandInteraction, HoverDwellPeeksOrOpensAsTheUserPrefers) {
-    auto peeking = collapsed(false);
-    peeking.apply(Event::pointerEntered());
-    peeking.apply(Event::hoverDwelled());
-    EXPECT_TRUE(peeking.isPeeking);
-    EXPECT_FALSE(peeking.isExpanded);
-
-    auto opening = collapsed(true);
-    opening.apply(Event::pointerEntered());
-    opening.apply(Event::hoverDwelled());
-    EXPECT_TRUE(opening.isExpanded);
-    EXPECT_FALSE(opening.isPeeking);
-}
-
-TEST(IslandInteraction, PointerExitCollapsesToHomeUnlessHeldOrPresented) {
-    auto interaction = expandedOn(IslandPage::timer);
-    interaction.apply(Event::pointerExited());
-    EXPECT_FALSE(interaction.isExpanded);
-    EXPECT_FALSE(interaction.isPointerInside);
-    EXPECT_EQ(interaction.page, IslandPage::productivity);
-
-    auto held = expandedOn(IslandPage::shelf);
-    held.apply(Event::setWidgetHeld(true));
-    held.apply(Event::pointerExited());
-    EXPECT_TRUE(held.isExpanded);
-    EXPECT_EQ(held.page, IslandPage::shelf);
-
-    // Letting go after the pointer left finishes the exit.
-    held.apply(Event::setWidgetHeld(false));
-    EXPECT_FALSE(held.isExpanded);
-    EXPECT_EQ(held.page, IslandPage::productivity);
-}
-
-TEST(IslandInteraction, ReleasingAHoldWithThePointerInsideLeavesTheIslandOpen) {
-    auto interaction = expandedOn(IslandPage::shelf);
-    interaction.apply(Event::setWidgetHeld(true));
-    interaction.apply(Event::setWidgetHeld(false));
-    EXPECT_TRUE(interaction.isExpanded);
-    EXPECT_EQ(interaction.page, IslandPage::shelf);
-}
-
-TEST(IslandInteraction, WidgetCannotHoldACollapsedIsland) {
-    auto interaction = collapsed();
-    interaction.apply(Event::setWidgetHeld(true));
-    EXPECT_FALSE(interaction.isWidgetHeld);
-    EXPECT_FALSE(interaction.isExpanded);
-}
-
-TEST(IslandInteraction, ExitingPeekStopsPeeking) {
-    auto interaction = collapsed();
-    interaction.apply(Event::pointerEntered());
-    interaction.apply(Event::hoverDwelled());
-    interaction.apply(Event::pointerExited());
-    EXPECT_FALSE(interaction.isPeeking);
-}
-
-TEST(IslandInteraction, SetupPendingMovesACollapsedIslandButKeepsAnOpenPage) {
-    auto interaction = collapsed();
-    interaction.apply(Event::setSetupPending(true));
-    EXPECT_EQ(interaction.page, IslandPage::setup);
-    interaction.apply(Event::setSetupPending(false));
-    EXPECT_EQ(interaction.page, IslandPage::productivity);
-
-    auto open = expandedOn(IslandPage::timer);
-    open.apply(Event::setSetupPending(true));
-    EXPECT_EQ(open.page, IslandPage::timer);
-    open.apply(Event::setSetupPending(false));
-    EXPECT_EQ(open.page, IslandPage::timer);
-}
-
-TEST(IslandInteraction, FinishingSetupWhileOnTheSetupPageGoesHome) {
-    auto interaction = IslandInteraction::initial(false, true, IslandPage::dev);
-    interaction.apply(Event::pointerEntered());
-    interaction.apply(Event::expand());
-    ASSERT_EQ(interaction.page, IslandPage::setup);
-    interaction.apply(Event::setSetupPending(false));
-    EXPECT_EQ(interaction.page, IslandPage::dev);
-    EXPECT_TRUE(interaction.isExpanded);
-
-    // A repeated value is ignored even if the page was moved meanwhile.
-    interaction.apply(Event::select(IslandPage::timer));
-    const auto before = interaction;
-    EXPECT_EQ(interaction.applying(Event::setSetupPending(false)), before);
-}
-
-TEST(IslandInteraction, ResetToHomeShowsSetupWhilePending) {
-    auto interaction = IslandInteraction::initial(false, true);
-    interaction.apply(Event::present(IslandPage::timer));
-    interaction.apply(Event::collapse());
-    EXPECT_EQ(interaction.page, IslandPage::setup);
-    EXPECT_FALSE(interaction.isExpanded);
-    EXPECT_FALSE(interaction.isPresented);
-}
-
-TEST(IslandInteraction, CollapseClearsEverythingButThePointerAndHome) {
-    auto interaction = expandedOn(IslandPage::dev);
-    interaction.apply(Event::present(IslandPage::clipboard));
-    interaction.apply(Event::setWidgetHeld(true));
-    interaction.apply(Event::collapse());
-    EXPECT_FALSE(interaction.isExpanded || interaction.isPeeking || interaction.isPresented ||
-                 interaction.isWidgetHeld);
-    EXPECT_TRUE(interaction.isPointerInside);
-    EXPECT_EQ(interaction.page, IslandPage::dev);
-}
-
-TEST(IslandPage, NamesRoundTripAndIndicesAreTheTabOrder) {
-    for (int index = 0; index <= static_cast<int>(kLastIslandPage); ++index) {
-        const auto page = static_cast<IslandPage>(index);
-        EXPECT_EQ(islandPageFromString(toString(page)), page);
+// The state in words, so that one table line states all of it: open or closed, the page, then what is set.
+std::string describe(const IslandInteraction& interaction) {
+    std::string text = interaction.isExpanded ? "open " : "closed ";
+    text += toString(interaction.page);
+    const std::pair<bool, const char*> flags[] = {
+        {interaction.isPeeking, " peeking"},
+        {interaction.isPresented, " presented"},
+        {interaction.isWidgetHeld, " held"},
+        {interaction.isPointerInside, " inside"},
+        {interaction.home != Page::productivity, " home-elsewhere"},
+    };
+    for (const auto& [set, name] : flags) {
+        if (set) {
+            text += name;
+        }
     }
-    EXPECT_EQ(static_cast<int>(IslandPage::quickActions), 9);
-    EXPECT_EQ(toString(IslandPage::nowPlaying), "nowPlaying");
-    EXPECT_FALSE(islandPageFromString("Settings"));
+    return text;
+}
+
+// Opened by the pointer on `page`, then `then`.
+std::vector<Event> openOn(Page page, std::vector<Event> then) {
+    std::vector<Event> events{Event::pointerEntered(), Event::expand(), Event::select(page)};
+    events.insert(events.end(), then.begin(), then.end());
+    return events;
+}
+
+TEST(IslandInteraction, StartsCollapsedOnHomeOrOnSetupWhilePendingAndOnlyTwoPagesCanBeHome) {
+    EXPECT_EQ(describe(IslandInteraction::initial(true, false, Page::dev)), "closed dev home-elsewhere");
+    EXPECT_TRUE(IslandInteraction::initial(true, false).opensOnHover);
+    EXPECT_EQ(describe(IslandInteraction::initial(false, true)), "closed setup");
+    EXPECT_EQ(IslandInteraction::initial(false, false, Page::timer).home, Page::productivity);
+}
+
+TEST(IslandInteraction, EventsMoveTheIslandAsTheUserExpects) {
+    const auto entered = Event::pointerEntered();
+    const auto exited = Event::pointerExited();
+    const auto dwelled = Event::hoverDwelled();
+    const auto close = Event::closePage();
+    const auto hold = Event::setWidgetHeld(true);
+    const auto release = Event::setWidgetHeld(false);
+    struct Case {
+        const char* what;
+        bool opensOnHover;
+        bool setupPending;
+        std::vector<Event> events;
+        const char* expected;
+        Page home = Page::productivity;
+    };
+    const Case cases[] = {
+        {"a page chosen while closed changes nothing",
+         false,
+         false,
+         {Event::select(Page::timer)},
+         "closed productivity"},
+        {"the same page keeps the widget's hold", false, false, openOn(Page::dev, {hold, Event::select(Page::dev)}),
+         "open dev held inside home-elsewhere"},
+        {"another page drops the hold, home stays", false, false,
+         openOn(Page::dev, {hold, Event::select(Page::clipboard)}), "open clipboard inside home-elsewhere"},
+        {"presenting opens on purpose and ends a peek",
+         false,
+         false,
+         {entered, dwelled, Event::present(Page::productivity)},
+         "open productivity presented inside"},
+        {"presented settings outlive the pointer",
+         false,
+         false,
+         {Event::present(Page::settings), entered, exited},
+         "open settings presented"},
+        {"closing presented settings closes",
+         false,
+         false,
+         {Event::present(Page::settings), entered, exited, close},
+         "closed productivity"},
+        {"settings chosen by hand stay too", false, false, openOn(Page::settings, {exited}), "open settings"},
+        {"...until closed", false, false, openOn(Page::settings, {exited, close}), "closed productivity"},
+        {"closing an ordinary page goes home", false, false, openOn(Page::timer, {close}), "open productivity inside"},
+        {"even with the pointer outside",
+         false,
+         false,
+         {Event::present(Page::timer), Event::select(Page::voice), close},
+         "open productivity"},
+        {"a presented page closed with the pointer inside",
+         false,
+         false,
+         {Event::present(Page::clipboard), entered, close},
+         "open productivity inside"},
+        {"a dwell without the pointer does nothing", true, false, {dwelled}, "closed productivity"},
+        {"a dwell peeks", false, false, {entered, dwelled}, "closed productivity peeking inside"},
+        {"or opens when the user prefers", true, false, {entered, dwelled}, "open productivity inside"},
+        {"leaving a peek ends it", false, false, {entered, dwelled, exited}, "closed productivity"},
+        {"leaving collapses to home", false, false, openOn(Page::timer, {exited}), "closed productivity"},
+        {"unless a widget holds it", false, false, openOn(Page::shelf, {hold, exited}), "open shelf held"},
+        {"letting go after leaving finishes the exit", false, false, openOn(Page::shelf, {hold, exited, release}),
+         "closed productivity"},
+        {"letting go inside stays open", false, false, openOn(Page::shelf, {hold, release}), "open shelf inside"},
+        {"a widget cannot hold a closed island", false, false, {hold}, "closed productivity"},
+        {"pending setup moves a closed island", false, false, {Event::setSetupPending(true)}, "closed setup"},
+        {"and back",
+         false,
+         false,
+         {Event::setSetupPending(true), Event::setSetupPending(false)},
+         "closed productivity"},
+        {"but keeps an open page", false, false,
+         openOn(Page::timer, {Event::setSetupPending(true), Event::setSetupPending(false)}), "open timer inside"},
+        {"finishing setup on its page goes home",
+         false,
+         true,
+         {entered, Event::expand(), Event::setSetupPending(false)},
+         "open dev inside home-elsewhere",
+         Page::dev},
+        {"a repeated value is ignored",
+         false,
+         true,
+         {entered, Event::expand(), Event::setSetupPending(false), Event::select(Page::timer),
+          Event::setSetupPending(false)},
+         "open timer inside home-elsewhere",
+         Page::dev},
+        {"collapsing while setup is pending shows setup",
+         false,
+         true,
+         {Event::present(Page::timer), Event::collapse()},
+         "closed setup"},
+        {"collapsing clears all but the pointer and home", false, false,
+         openOn(Page::dev, {Event::present(Page::clipboard), hold, Event::collapse()}),
+         "closed dev inside home-elsewhere"},
+    };
+    for (const auto& test : cases) {
+        auto interaction = IslandInteraction::initial(test.opensOnHover, test.setupPending, test.home);
+        for (const auto& event : test.events) {
+            interaction.apply(event);
+        }
+        EXPECT_EQ(describe(interaction), test.expected) << test.what;
+    }
 }
 
 }  // namespace

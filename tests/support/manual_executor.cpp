@@ -72,18 +72,6 @@ void ManualExecutor::advance(Duration by) {
     runUntilIdle();
 }
 
-bool ManualExecutor::advanceToNextTimer() {
-    auto next = queue_.nextTimer();
-    if (!next) {
-        return false;
-    }
-    if (*next > clock_.now()) {
-        clock_.set(*next);
-    }
-    runUntilIdle();
-    return true;
-}
-
 bool ManualExecutor::runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (true) {

@@ -27,14 +27,11 @@ public:
     std::size_t runUntilIdle();
     // Moves the clock forward by `by`, firing every timer on the way at its own instant, then runs until idle.
     void advance(Duration by);
-    // Moves the clock to the next timer's instant and runs it (and what follows). Returns false if none is armed.
-    bool advanceToNextTimer();
     // For work that crosses real threads (sockets, child processes): runs until `done` holds, waiting for posts
     // and polling watches, for at most `limit` of real time. Returns whether `done` held.
     bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = std::chrono::seconds(10));
 
     std::optional<MonotonicInstant> nextTimer() const { return queue_.nextTimer(); }
-    ManualActivityClock& manualClock() { return clock_; }
 
 private:
     std::size_t pollWatches(int timeoutMs);

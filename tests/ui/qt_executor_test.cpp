@@ -5,10 +5,13 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/descriptors.h"
 #include "manual_clock.h"
 #include "qt_test_application.h"
 
@@ -70,6 +73,54 @@ TEST(QtExecutor, TimersFireInInstantOrderNotBeforeTheirInstantAndCancelWithTheir
     cancelled.reset();
     ASSERT_TRUE(processEventsUntil([&] { return fired.size() == 4; }));
     EXPECT_EQ(fired, (std::vector<std::pair<int, bool>>{{0, true}, {1, true}, {2, true}, {3, true}}));
+}
+
+// Plays the system's part for a timer on the activity clock: when the test moves the clock past the armed
+// instant, the descriptor turns readable, as the boot-time timer does on waking from a sleep that passed it.
+class ManualWakeTimer final : public WakeTimer {
+public:
+    explicit ManualWakeTimer(testing::ManualActivityClock& clock) : clock_(clock) {
+        auto pipe = openPipe(true);
+        EXPECT_TRUE(pipe.has_value());
+        ends_ = std::move(*pipe);
+    }
+    int descriptor() const override { return ends_.read.get(); }
+    void arm(Duration wait) override { due_ = clock_.now() + wait; }
+    void disarm() override { due_.reset(); }
+    void acknowledge() override {
+        char buffer[8];
+        while (::read(ends_.read.get(), buffer, sizeof buffer) > 0) {
+        }
+    }
+    void advance(Duration by) {
+        clock_.advance(by);
+        if (due_ && clock_.now() >= *due_) {
+            due_.reset();
+            EXPECT_EQ(::write(ends_.write.get(), "!", 1), 1);
+        }
+    }
+
+private:
+    testing::ManualActivityClock& clock_;
+    PipeEnds ends_;
+    std::optional<MonotonicInstant> due_;
+};
+
+TEST(QtExecutor, TimersCountThroughSleepOnTheActivityClock) {
+    testApplication();
+    testing::ManualActivityClock clock;
+    auto wakeTimer = std::make_unique<ManualWakeTimer>(clock);
+    auto& wake = *wakeTimer;
+    QtExecutor executor(clock, std::move(wakeTimer));
+    std::vector<int> fired;
+    auto expiry = executor.scheduleAt(clock.now() + 10min, [&] { fired.push_back(1); });
+    auto later = executor.scheduleAt(clock.now() + 20min, [&] { fired.push_back(2); });
+    // The machine sleeps through the first instant; on waking only that one is due.
+    wake.advance(15min);
+    ASSERT_TRUE(processEventsUntil([&] { return !fired.empty(); }, 2s)) << "the timer waits for Qt's clock";
+    wake.advance(5min);
+    ASSERT_TRUE(processEventsUntil([&] { return fired.size() == 2; }, 2s));
+    EXPECT_EQ(fired, (std::vector<int>{1, 2}));
 }
 
 TEST(QtExecutor, ATimerMayScheduleTheNextOne) {

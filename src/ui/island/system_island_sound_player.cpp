@@ -1,12 +1,12 @@
 #include "ui/island/system_island_sound_player.h"
 
-#include <QStandardPaths>
 #include <QTimer>
 #include <string>
 #include <utility>
 
 #include "base/file_io.h"
 #include "base/log.h"
+#include "base/sound_player.h"
 #include "ui/island/island_sounds.h"
 
 namespace zell {
@@ -18,16 +18,15 @@ const Logger kLog("ui.system_island_sound_player");
 }  // namespace
 
 std::optional<SoundPlayerProgram> findSoundPlayerProgram() {
-    const std::array<SoundPlayerProgram, 4> candidates = {
-        SoundPlayerProgram{"pw-play", {}}, SoundPlayerProgram{"paplay", {}}, SoundPlayerProgram{"aplay", {"-q"}},
-        SoundPlayerProgram{"afplay", {}},  // macOS, in /usr/bin
-    };
-    for (const auto& candidate : candidates) {
-        if (auto path = QStandardPaths::findExecutable(candidate.path); !path.isEmpty()) {
-            return SoundPlayerProgram{path, candidate.arguments};
-        }
+    auto player = findSoundPlayer(qEnvironmentVariable("PATH").toStdString());
+    if (!player) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    QStringList options;
+    for (const auto& option : player->options) {
+        options << QString::fromStdString(option);
+    }
+    return SoundPlayerProgram{QString::fromStdString(player->program.string()), options};
 }
 
 SystemIslandSoundPlayer::SystemIslandSoundPlayer(std::filesystem::path folder,

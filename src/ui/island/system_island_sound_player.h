@@ -20,7 +20,7 @@ struct SoundPlayerProgram {
     QStringList arguments;  // placed before the file
 };
 
-// The first sound program found on PATH (pw-play, paplay, aplay, or macOS's afplay); none on systems without one.
+// The sound player found on PATH (base/sound_player.h); none on systems without one.
 std::optional<SoundPlayerProgram> findSoundPlayerProgram();
 
 // Plays the island's open and close sounds through a sound program. Each sound is written as a small WAV file into

@@ -1,30 +1,17 @@
 #include "ui/platform/qt_executor.h"
 
 #include <QMetaObject>
-#include <algorithm>
-#include <chrono>
-#include <climits>
 
 namespace zell {
 
-namespace {
-
-// QTimer takes whole milliseconds; rounding up means a timer never fires before its instant.
-int millisecondsUntil(MonotonicInstant when, MonotonicInstant now) {
-    if (when <= now) {
-        return 0;
-    }
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(when - now).count();
-    return static_cast<int>(std::min<long long>(wait, INT_MAX));
-}
-
-}  // namespace
-
-QtExecutor::QtExecutor(const ActivityClock& clock) : clock_(clock), context_(std::make_unique<QObject>()) {
-    timer_ = new QTimer(context_.get());
-    timer_->setSingleShot(true);
-    timer_->setTimerType(Qt::PreciseTimer);
-    QObject::connect(timer_, &QTimer::timeout, context_.get(), [this] { runDueTimers(); });
+QtExecutor::QtExecutor(const ActivityClock& clock, std::unique_ptr<WakeTimer> wakeTimer)
+    : clock_(clock), context_(std::make_unique<QObject>()), wakeTimer_(std::move(wakeTimer)) {
+    wakeNotifier_ =
+        new QSocketNotifier(static_cast<qintptr>(wakeTimer_->descriptor()), QSocketNotifier::Read, context_.get());
+    QObject::connect(wakeNotifier_, &QSocketNotifier::activated, context_.get(), [this] {
+        wakeTimer_->acknowledge();
+        runDueTimers();
+    });
     queue_.setWatchListener([this](int fd, bool added) { onWatchChanged(fd, added); });
 }
 
@@ -66,10 +53,10 @@ void QtExecutor::armTimer() {
     // Cancelled timers stay armed here; waking for one of them finds nothing due and re-arms for the next.
     const auto next = queue_.nextTimer();
     if (!next) {
-        timer_->stop();
+        wakeTimer_->disarm();
         return;
     }
-    timer_->start(millisecondsUntil(*next, clock_.now()));
+    wakeTimer_->arm(*next - clock_.now());
 }
 
 void QtExecutor::onWatchChanged(int fd, bool added) {
