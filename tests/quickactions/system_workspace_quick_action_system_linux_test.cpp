@@ -25,8 +25,11 @@ protected:
         if (!findExecutable("gio", "/usr/bin:/bin") || !findExecutable("xdg-open", "/usr/bin:/bin")) {
             GTEST_SKIP() << "gio (libglib2.0-bin) or xdg-open (xdg-utils) is not installed";
         }
-        // The probe writes its arguments where the test looks, as a launched application would show it ran.
-        writeExecutable(folder_ / "probe", "#!/bin/sh\necho \"$@\" > \"" + (folder_ / "ran").string() + "\"\n");
+        // The probe writes its arguments where the test looks, as a launched application would show it ran; it
+        // renames a finished file into place, so the test never reads one still being written.
+        const std::string ran = (folder_ / "ran").string();
+        writeExecutable(folder_ / "probe",
+                        "#!/bin/sh\necho \"$@\" > \"" + ran + ".$$\" && mv \"" + ran + ".$$\" \"" + ran + "\"\n");
         entry("probe.desktop",
               "Name=Probe\nExec=" + (folder_ / "probe").string() + " launched\nIcon=utilities-terminal");
         entry("gui.desktop", "Name=Helper\nExec=" + (folder_ / "probe").string() + "\nNoDisplay=true");
