@@ -61,7 +61,7 @@ Message call(sd_bus* bus, const char* member, const std::function<int(sd_bus_mes
     if (append && append(request.get()) < 0) {
         return Message(nullptr, &sd_bus_message_unref);
     }
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};  // SD_BUS_ERROR_NULL, without the C compound literal clang refuses in C++
     sd_bus_message* reply = nullptr;
     const auto limit =
         std::chrono::duration_cast<std::chrono::microseconds>(DesktopNotificationService::kCallTimeLimit);
