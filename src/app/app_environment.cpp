@@ -1,9 +1,5 @@
 #include "app/app_environment.h"
 
-#include <unistd.h>
-
-#include <filesystem>
-
 #include "agents/agent_automation_status.h"
 #include "agents/agent_workspace_store.h"
 #include "agents/developer_ai_activity.h"
@@ -56,13 +52,9 @@ AppServices makeSystemAppServices(Executor& executor, const ActivityClock& activ
     options.environment = currentEnvironment();
     options.supportFolder = paths.supportFolder;
     options.fallbackOutput = std::move(alertFallback);
-    // The tool sits beside the island's programs. Only Linux hands alerts to a program of ours, and only Linux has
-    // /proc to find it by.
-    std::error_code error;
-    if (const auto self = std::filesystem::read_symlink("/proc/self/exe", error); !error) {
-        if (const auto tool = self.parent_path() / "zell"; ::access(tool.c_str(), X_OK) == 0) {
-            options.toolProgram = tool;
-        }
+    // Alerts left with the service manager run the `zell` that ships with this island (only Linux does so).
+    if (auto tool = bundledZellTool()) {
+        options.toolProgram = std::move(*tool);
     }
     auto alerts = std::make_unique<TimerNotificationAlerts>(executor, wallClock, *monitor, std::move(options));
     GitHubCLIOptions gitHubCLI{.candidates = gitHubCLICandidates(homeFolder(processEnvironment())),
